@@ -1,0 +1,32 @@
+// Every text the log scan looks for or puts into a run text, in one place.
+
+#ifndef TABRUN_ANALYSIS_MARKERS_H_
+#define TABRUN_ANALYSIS_MARKERS_H_
+
+#include <string_view>
+
+namespace tabrun::markers {
+
+// Texts searched for in a log. None has leading or trailing blanks; every search is exact and
+// case-sensitive, within the first 256 columns of a record.
+inline constexpr std::string_view kControlFile = "Control file *.pcr:";
+inline constexpr std::string_view kNormalEnd = "Normal end";
+inline constexpr std::string_view kCpuTime = "CPU Time:";
+inline constexpr std::string_view kChi2 = "Chi2:";
+inline constexpr std::string_view kRp = "Rp:";
+inline constexpr std::string_view kRf2 = "RF2 -factor :";
+inline constexpr std::string_view kBestSolution = "=> Sol#: 1 RF2=";
+// Two blanks between "PCR" and "File" and between "File" and the colon.
+inline constexpr std::string_view kAnnealingControlFile = "=> PCR  File  :";
+
+// Pieces of the run text.
+inline constexpr std::string_view kPcrSuffix = ".pcr";
+inline constexpr std::string_view kNormalEndFor = "Normal end for ";
+inline constexpr std::string_view kAnnealingSuffix = ".pcr (Monte/Sim.Anneal.)";
+inline constexpr std::string_view kCpuPiece = "> CPU:";
+inline constexpr std::string_view kChi2Piece = "> Chi2:";
+inline constexpr std::string_view kRf2Piece = "> R-F2:";
+
+}  // namespace tabrun::markers
+
+#endif  // TABRUN_ANALYSIS_MARKERS_H_

@@ -1,0 +1,49 @@
+#include "recio/fixed_text.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tabrun {
+
+FixedText::FixedText() { data_.fill(' '); }
+
+void FixedText::Assign(std::string_view value) { AssignLeading(kRecordLength, value); }
+
+void FixedText::AssignLeading(int length, std::string_view value) {
+  const size_t keep = std::min(value.size(), static_cast<size_t>(length));
+  // memmove: the value may be a view of this very buffer.
+  std::memmove(data_.data(), value.data(), keep);
+  std::fill(data_.begin() + keep, data_.begin() + length, ' ');
+}
+
+std::string_view FixedText::Trimmed() const { return TrimRight(view()); }
+
+std::string_view FixedText::Columns(int first, int last) const {
+  last = std::min(last, kRecordLength);
+  if (first > last) return {};
+  return view().substr(first - 1, last - first + 1);
+}
+
+std::string_view TrimRight(std::string_view text) {
+  const size_t end = text.find_last_not_of(' ');
+  return end == std::string_view::npos ? std::string_view() : text.substr(0, end + 1);
+}
+
+std::string AdjustLeft(std::string_view text) {
+  const size_t start = std::min(text.find_first_not_of(' '), text.size());
+  std::string result(text.substr(start));
+  result.append(start, ' ');
+  return result;
+}
+
+int Index(std::string_view text, std::string_view pattern) {
+  const size_t at = text.find(pattern);
+  return at == std::string_view::npos ? 0 : static_cast<int>(at) + 1;
+}
+
+int IndexLast(std::string_view text, std::string_view pattern) {
+  const size_t at = text.rfind(pattern);
+  return at == std::string_view::npos ? 0 : static_cast<int>(at) + 1;
+}
+
+}  // namespace tabrun

@@ -1,0 +1,39 @@
+// Number conversions between text and the 32-bit values the summary prints.
+
+#ifndef TABRUN_RECIO_NUMBER_H_
+#define TABRUN_RECIO_NUMBER_H_
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tabrun {
+
+enum class RealReadResult {
+  kValue,     // a number was read and stored
+  kNull,      // the list starts with a comma or a slash: nothing stored, the target keeps its value
+  kNoValue,   // the text is empty or all blank
+  kNotANumber,  // the first value is not a real number
+};
+
+// Reads the first value of `text` the way a list-directed read of one real number does.
+// Leading blanks are skipped; the value ends at a blank, a comma, a slash or the end of the
+// text. Accepted: an optional sign, digits with an optional decimal point (at least one
+// digit), and an optional exponent of E, e, D or d with an optional sign and at least one
+// digit. The value is rounded to the nearest single-precision number; a value too large for
+// single precision becomes an infinity of its sign. *value is written only for kValue.
+RealReadResult ReadReal(std::string_view text, float* value);
+
+// The value in 14 columns with 3 decimals: rounded to the nearest (exact halves of the binary
+// value round to even), right-justified, a zero before the point when the integer part is
+// zero, a minus sign for negative values. 14 asterisks when it needs more than 14 columns.
+// An infinity prints as "Infinity" (with a minus sign when negative) and a NaN as "NaN",
+// right-justified.
+std::string FormatFixed14_3(float value);
+
+// The integer right-justified in the 12 columns of list-directed output.
+std::string FormatListInteger(std::int32_t value);
+
+}  // namespace tabrun
+
+#endif  // TABRUN_RECIO_NUMBER_H_

@@ -110,7 +110,8 @@ ScanResult ScanLog(RecordReader& log, const FixedText& log_name, BatchState* bat
       break;
     case RealReadResult::kNoValue:
     case RealReadResult::kNotANumber:
-      *bad_text = std::string(TrimRight(value_text));
+      *bad_text = TrimRight(value_text).substr(0);
+      bad_text->erase(0, bad_text->find_first_not_of(' '));
       return ScanResult::kBadCpuValue;
   }
   batch->cpu_total += batch->cpu_seconds;

@@ -30,8 +30,8 @@ enum class ScanResult {
 // batch->cpu_total when the log states them and counts a bad end or a missing control file
 // in batch->failures.
 //
-// Returns kBadCpuValue, with the offending text (the record after "CPU Time:", without
-// trailing blanks) in *bad_text, when the CPU value cannot be read; the caller ends the
+// Returns kBadCpuValue, with the offending text (the rest of the record after "CPU Time:",
+// without leading and trailing blanks) in *bad_text, when the CPU value cannot be read; the caller ends the
 // program then, and the batch state and the streams are as they were before this log.
 ScanResult ScanLog(RecordReader& log, const FixedText& log_name, BatchState* batch,
                    const ReportStreams& out, std::string* bad_text);

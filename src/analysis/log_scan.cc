@@ -115,8 +115,8 @@ ScanResult ScanLog(RecordReader& log, const FixedText& log_name, BatchState* bat
       return ScanResult::kBadCpuValue;
   }
   batch->cpu_total += batch->cpu_seconds;
-  run_text.Assign(Concat({run_text.Columns(1, kNameColumns), markers::kCpuPiece,
-                          CpuText(line, value_column)}));
+  run_text.Assign(
+      Concat({run_text.Columns(1, kNameColumns), markers::kCpuPiece, CpuText(line, value_column)}));
 
   if (annealing) {
     AppendAnnealingResult(log, &run_text);

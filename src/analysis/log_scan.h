@@ -14,8 +14,8 @@ namespace tabrun {
 
 // What the scans of one batch share, owned by the driver.
 struct BatchState {
-  float cpu_total = 0.0f;    // seconds, single precision, summed over the batch
-  float cpu_seconds = 0.0f;  // the last value read; a null value ("CPU Time: ,") keeps it
+  float cpu_total = 0.0f;     // seconds, single precision, summed over the batch
+  float cpu_seconds = 0.0f;   // the last value read; a null value ("CPU Time: ,") keeps it
   std::int32_t failures = 0;  // bad ends, missing control files and files not found
 };
 
@@ -31,8 +31,8 @@ enum class ScanResult {
 // in batch->failures.
 //
 // Returns kBadCpuValue, with the offending text (the rest of the record after "CPU Time:",
-// without leading and trailing blanks) in *bad_text, when the CPU value cannot be read; the caller ends the
-// program then, and the batch state and the streams are as they were before this log.
+// without leading and trailing blanks) in *bad_text, when the CPU value cannot be read; the caller
+// ends the program then, and the batch state and the streams are as they were before this log.
 ScanResult ScanLog(RecordReader& log, const FixedText& log_name, BatchState* batch,
                    const ReportStreams& out, std::string* bad_text);
 

@@ -60,16 +60,14 @@ TEST(LogScanTest, RunSummaries) {
                    3),
        "Normal end for a_very_long_control_file_name_for_t> CPU: 1.5", 1.5f},
       {"the last CPU Time of its record counts",
-       NumberedLog({{1, "Control file *.pcr: r"},
-                    {2, "Normal end"},
-                    {3, "CPU Time: 1.0  CPU Time: 2.0"}},
-                   3),
+       NumberedLog(
+           {{1, "Control file *.pcr: r"}, {2, "Normal end"}, {3, "CPU Time: 1.0  CPU Time: 2.0"}},
+           3),
        Padded("Normal end for r.pcr", 50) + "> CPU: 2.0", 2.0f},
       {"the CPU text is 12 columns whatever the number",
-       NumberedLog({{1, "Control file *.pcr: r"},
-                    {2, "Normal end"},
-                    {3, "CPU Time:  123456.789012345 s"}},
-                   3),
+       NumberedLog(
+           {{1, "Control file *.pcr: r"}, {2, "Normal end"}, {3, "CPU Time:  123456.789012345 s"}},
+           3),
        Padded("Normal end for r.pcr", 50) + "> CPU:  123456.789", 123456.789f},
       {"CPU text columns past 256 are blanks",
        NumberedLog({{1, "Control file *.pcr: r"},
@@ -98,10 +96,9 @@ TEST(LogScanTest, RunSummaries) {
        NumberedLog({{1, "Control file *.pcr:"}, {2, "Normal end"}, {3, "CPU Time: 1"}}, 3),
        Padded("Normal end for .pcr", 50) + "> CPU: 1", 1.0f},
       {"control file name keeps what follows it and gets a second .pcr",
-       NumberedLog({{1, "Control file *.pcr: run1  (copy).pcr"},
-                    {2, "Normal ending"},
-                    {3, "CPU Time: 1"}},
-                   3),
+       NumberedLog(
+           {{1, "Control file *.pcr: run1  (copy).pcr"}, {2, "Normal ending"}, {3, "CPU Time: 1"}},
+           3),
        Padded("Normal end for run1  (copy).pcr.pcr", 50) + "> CPU: 1", 1.0f},
       {"crlf line ends summarise like lf ones",
        "Control file *.pcr: w\r\nNormal end\r\nChi2: 1 Rp: 2\r\nCPU Time: 4\r\n",
@@ -127,10 +124,8 @@ TEST(LogScanTest, RunSummaries) {
        "Normal end for annealing_test7.pcr (Monte/Sim.Anne> CPU:    301.250> R-F2: 7.5321",
        301.25f},
       {"annealing best solution more than 29 records above is not seen",
-       NumberedLog({{1, "=> Sol#: 1 RF2=   7.5321"},
-                    {40, "CPU Time: 2"},
-                    {41, "=> PCR  File  : s"}},
-                   41),
+       NumberedLog(
+           {{1, "=> Sol#: 1 RF2=   7.5321"}, {40, "CPU Time: 2"}, {41, "=> PCR  File  : s"}}, 41),
        Padded("Normal end for s.pcr (Monte/Sim.Anneal.)", 50) + "> CPU: 2", 2.0f},
   };
   for (const Case& c : cases) {
@@ -157,24 +152,21 @@ TEST(LogScanTest, FailureLines) {
       {"no normal end", NumberedLog({{1, "Control file *.pcr: run_c3"}}, 3),
        " => Bad end for file: ", "run_c3.pcr", 1},
       {"a CPU time before the control file does not save a bad end",
-       "CPU Time: 4\nControl file *.pcr: b\nnormal end\nNORMAL END\n", " => Bad end for file: ",
-       "b.pcr", 1},
+       "CPU Time: 4\nControl file *.pcr: b\nnormal end\nNORMAL END\n",
+       " => Bad end for file: ", "b.pcr", 1},
       {"no CPU time after normal end",
        NumberedLog({{1, "Control file *.pcr: run_d4"}, {2, "Normal end"}, {3, "c"}}, 3),
        " => No CPU calculation for: ", "Normal end for run_d4.pcr", 0},
       {"a CPU time above normal end is not seen",
-       NumberedLog({{1, "Control file *.pcr: run_e5"}, {2, "CPU Time: 4.0"}, {3, "Normal end"}},
-                   3),
+       NumberedLog({{1, "Control file *.pcr: run_e5"}, {2, "CPU Time: 4.0"}, {3, "Normal end"}}, 3),
        " => No CPU calculation for: ", "Normal end for run_e5.pcr", 0},
-      {"annealing run without CPU time",
-       NumberedLog({{9, "=> PCR  File  : sa"}}, 9), " => No CPU calculation for: ",
-       "Normal end for sa.pcr (Monte/Sim.Anneal.)", 0},
+      {"annealing run without CPU time", NumberedLog({{9, "=> PCR  File  : sa"}}, 9),
+       " => No CPU calculation for: ", "Normal end for sa.pcr (Monte/Sim.Anneal.)", 0},
       {"empty log", "", " => PCR file not found in: ", "run.log", 1},
       {"neither control file line", NumberedLog({{2, "=> PCR File : sa"}, {3, "pcr"}}, 5),
        " => PCR file not found in: ", "run.log", 1},
       {"the annealing line stands too far from the end",
-       NumberedLog({{2, "=> PCR  File  : sa"}}, 9), " => PCR file not found in: ", "run.log",
-       1},
+       NumberedLog({{2, "=> PCR  File  : sa"}}, 9), " => PCR file not found in: ", "run.log", 1},
       {"the control file marker runs past column 256",
        std::string(240, '.') + "Control file *.pcr: r\nNormal end\nCPU Time: 1\n",
        " => PCR file not found in: ", "run.log", 1},
@@ -194,8 +186,8 @@ TEST(LogScanTest, CpuSecondsCarryOverANullValue) {
   BatchState batch;
   batch.cpu_total = 10.0f;
   batch.cpu_seconds = 2.5f;
-  const ScanOutput out = ScanText("Control file *.pcr: r\nNormal end\nCPU Time: , 9\n",
-                                  SearchMode::kBlock, batch);
+  const ScanOutput out =
+      ScanText("Control file *.pcr: r\nNormal end\nCPU Time: , 9\n", SearchMode::kBlock, batch);
   EXPECT_EQ(out.batch.cpu_total, 12.5f);
   EXPECT_EQ(out.results, SummaryLine(Padded("Normal end for r.pcr", 50) + "> CPU: , 9"));
 }
@@ -213,9 +205,8 @@ TEST(LogScanTest, UnreadableCpuValueWritesNothing) {
   for (const Case& c : cases) {
     BatchState batch;
     batch.cpu_total = 1.0f;
-    const ScanOutput out =
-        ScanText("Control file *.pcr: r\nNormal end\n" + c.record + "\n", SearchMode::kBlock,
-                 batch);
+    const ScanOutput out = ScanText("Control file *.pcr: r\nNormal end\n" + c.record + "\n",
+                                    SearchMode::kBlock, batch);
     EXPECT_EQ(out.result, ScanResult::kBadCpuValue) << c.record;
     EXPECT_EQ(out.bad_text, c.bad_text) << c.record;
     EXPECT_EQ(out.results + out.console, "") << c.record;

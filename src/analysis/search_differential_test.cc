@@ -15,14 +15,30 @@ namespace {
 
 // Records that matter to the scan, near misses, and plain text.
 const char* const kPieces[] = {
-    "Control file *.pcr: run",  "Control file *.pcr:",     "Control file *.pcr ",
-    "Normal end",               "normal end",              "Normal ending",
-    "CPU Time: 12.5 seconds",   "CPU Time:  3",            "CPU Time: 1 CPU Time: 2",
-    "CPU Time: ,",              "CPU Tim",                 "Chi2:  1.53  Rp:  8.21",
-    "Chi2: 4.0",                "Rp: 9",                   "RF2 -factor :  5.67",
-    "RF2 -factor:",             "=> Sol#: 1 RF2=   7.53",  "=> PCR  File  : sa_run",
-    "=> PCR File :",            "12:05 => PCR  File  : x", "cycle 12 => R-factors  3.4",
-    "",                         "   ",                     "Chi2: 1 Rp: 2 RF2 -factor : 3",
+    "Control file *.pcr: run",
+    "Control file *.pcr:",
+    "Control file *.pcr ",
+    "Normal end",
+    "normal end",
+    "Normal ending",
+    "CPU Time: 12.5 seconds",
+    "CPU Time:  3",
+    "CPU Time: 1 CPU Time: 2",
+    "CPU Time: ,",
+    "CPU Tim",
+    "Chi2:  1.53  Rp:  8.21",
+    "Chi2: 4.0",
+    "Rp: 9",
+    "RF2 -factor :  5.67",
+    "RF2 -factor:",
+    "=> Sol#: 1 RF2=   7.53",
+    "=> PCR  File  : sa_run",
+    "=> PCR File :",
+    "12:05 => PCR  File  : x",
+    "cycle 12 => R-factors  3.4",
+    "",
+    "   ",
+    "Chi2: 1 Rp: 2 RF2 -factor : 3",
 };
 
 std::string RandomRecord(std::mt19937& rng) {
@@ -75,8 +91,8 @@ std::string RunBatch(const std::vector<std::string>& logs, SearchMode mode) {
   }
   std::uint32_t total_bits;
   std::memcpy(&total_bits, &batch.cpu_total, sizeof total_bits);
-  return results.contents() + "|" + console.contents() + "|" + trail +
-         std::to_string(total_bits) + " " + std::to_string(batch.failures);
+  return results.contents() + "|" + console.contents() + "|" + trail + std::to_string(total_bits) +
+         " " + std::to_string(batch.failures);
 }
 
 TEST(SearchDifferentialTest, BlockSearchMatchesRecordByRecord) {

@@ -48,8 +48,8 @@ std::vector<std::string> LoadListing(InputFile& input) {
 }
 
 // Scans the log of one non-blank listing entry, or reports it as not found.
-void SummariseEntry(std::string_view entry, InputFile& input, SearchMode search,
-                    BatchState* batch, const ReportStreams& out) {
+void SummariseEntry(std::string_view entry, InputFile& input, SearchMode search, BatchState* batch,
+                    const ReportStreams& out) {
   const FixedText log_name(NameOfEntry(entry));
   const std::string path(log_name.Trimmed());
   std::string error;

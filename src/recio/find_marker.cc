@@ -29,13 +29,14 @@ inline std::size_t CheckCandidates(unsigned mask, const char* base, std::string_
 std::size_t FindScalar(const char* begin, std::size_t from, std::size_t length,
                        std::string_view marker) {
   const void* hit = memmem(begin + from, length - from, marker.data(), marker.size());
-  return hit == nullptr ? kNotFound : static_cast<std::size_t>(static_cast<const char*>(hit) - begin);
+  return hit == nullptr ? kNotFound
+                        : static_cast<std::size_t>(static_cast<const char*>(hit) - begin);
 }
 
 #if defined(__x86_64__)
 
 __attribute__((target("avx2"))) std::size_t FindAvx2(std::string_view haystack,
-                                                      std::string_view marker) {
+                                                     std::string_view marker) {
   const char* begin = haystack.data();
   const std::size_t m = marker.size();
   const std::size_t last_start = haystack.size() - m;  // last position a match can start at
@@ -92,8 +93,9 @@ std::size_t FindMarker(std::string_view haystack, std::string_view marker) {
   if (marker.size() > haystack.size()) return kNotFound;
   if (marker.size() == 1) {
     const void* hit = std::memchr(haystack.data(), marker.front(), haystack.size());
-    return hit == nullptr ? kNotFound
-                          : static_cast<std::size_t>(static_cast<const char*>(hit) - haystack.data());
+    return hit == nullptr
+               ? kNotFound
+               : static_cast<std::size_t>(static_cast<const char*>(hit) - haystack.data());
   }
 #if defined(__x86_64__)
   return HasAvx2() ? FindAvx2(haystack, marker) : FindSse2(haystack, marker);

@@ -51,11 +51,11 @@ TEST(TextHelpersTest, IndexForwardAndBackward) {
     int first, last;
   } cases[] = {
       {"CPU Time: 1 CPU Time: 2", "CPU Time:", 1, 13},
-      {"abc", "abcd", 0, 0},   // pattern longer than the text
-      {"", "a", 0, 0},         // empty text
-      {"abc", "", 1, 4},       // empty pattern: 1 forward, length + 1 backward
+      {"abc", "abcd", 0, 0},               // pattern longer than the text
+      {"", "a", 0, 0},                     // empty text
+      {"abc", "", 1, 4},                   // empty pattern: 1 forward, length + 1 backward
       {"Normal End", "Normal end", 0, 0},  // case counts
-      {"a  b", "  ", 2, 2},    // blanks in the pattern count
+      {"a  b", "  ", 2, 2},                // blanks in the pattern count
       {"xx", "x", 1, 2},
   };
   for (const Case& c : cases) {

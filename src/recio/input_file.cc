@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace tabrun {
@@ -87,7 +88,8 @@ void InputFile::Release(std::uint64_t offset) {
   if (mapping_ == nullptr || offset < released_ + 2 * kReleaseStep) return;
   // Keep one step behind the offset: a reader steps back a few records now and then.
   const std::uint64_t page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-  const std::uint64_t upto = (offset - kReleaseStep) / page * page;
+  const std::uint64_t upto =
+      std::min<std::uint64_t>(offset - kReleaseStep, mapping_size_) / page * page;
   madvise(static_cast<char*>(mapping_) + released_, upto - released_, MADV_DONTNEED);
   released_ = upto;
 }

@@ -51,8 +51,8 @@ class InputFile {
 
   int fd_ = -1;
   std::string_view data_;
-  std::vector<char> buffer_;   // holds small files; kept from file to file
-  void* mapping_ = nullptr;    // set when the file is mapped instead
+  std::vector<char> buffer_;  // holds small files; kept from file to file
+  void* mapping_ = nullptr;   // set when the file is mapped instead
   std::size_t mapping_size_ = 0;
   std::uint64_t released_ = 0;  // mapped bytes before this offset were handed back
 };

@@ -27,8 +27,8 @@ bool IsRealConstant(std::string_view token) {
     digits += SkipDigits(token, &i);
   }
   if (digits == 0) return false;
-  if (i < token.size() && (token[i] == 'E' || token[i] == 'e' || token[i] == 'D' ||
-                           token[i] == 'd')) {
+  if (i < token.size() &&
+      (token[i] == 'E' || token[i] == 'e' || token[i] == 'D' || token[i] == 'd')) {
     ++i;
     if (i < token.size() && (token[i] == '+' || token[i] == '-')) ++i;
     if (SkipDigits(token, &i) == 0) return false;

@@ -10,9 +10,9 @@
 namespace tabrun {
 
 enum class RealReadResult {
-  kValue,     // a number was read and stored
-  kNull,      // the list starts with a comma or a slash: nothing stored, the target keeps its value
-  kNoValue,   // the text is empty or all blank
+  kValue,    // a number was read and stored
+  kNull,     // the list starts with a comma or a slash: nothing stored, the target keeps its value
+  kNoValue,  // the text is empty or all blank
   kNotANumber,  // the first value is not a real number
 };
 

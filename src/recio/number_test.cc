@@ -44,8 +44,8 @@ TEST(ReadRealTest, NoValueAndNotANumber) {
   float value = 42.0f;
   EXPECT_EQ(ReadReal("", &value), RealReadResult::kNoValue);
   EXPECT_EQ(ReadReal("      ", &value), RealReadResult::kNoValue);
-  for (const char* text : {"abc", "12.3s", "1.2.3", ".", "+", "1e", "1e+", "E5", "\t12",
-                           "Infinity", "NaN", "3*1.5", "12.345seconds"}) {
+  for (const char* text : {"abc", "12.3s", "1.2.3", ".", "+", "1e", "1e+", "E5", "\t12", "Infinity",
+                           "NaN", "3*1.5", "12.345seconds"}) {
     EXPECT_EQ(ReadReal(text, &value), RealReadResult::kNotANumber) << text;
   }
   EXPECT_EQ(value, 42.0f);
@@ -76,7 +76,7 @@ TEST(FormatFixedTest, FourteenColumnsThreeDecimals) {
       {-1.5f, "        -1.500"},
       {9999999.0f, "   9999999.000"},
       {999999999.0f, "1000000000.000"},  // exactly 14 columns
-      {1.0e10f, "**************"},        // 15 columns needed
+      {1.0e10f, "**************"},       // 15 columns needed
       {1.0e11f, "**************"},
       {-999999999.0f, "**************"},
       {std::numeric_limits<float>::infinity(), "      Infinity"},

@@ -43,9 +43,7 @@ std::unique_ptr<OutputUnit> OutputUnit::CreateFile(std::string unit, const std::
   return std::make_unique<OutputUnit>(std::move(unit), path, fd);
 }
 
-void OutputUnit::Append(std::string_view text) {
-  buffer_.append(text);
-}
+void OutputUnit::Append(std::string_view text) { buffer_.append(text); }
 
 void OutputUnit::EndRecord() {
   buffer_.push_back('\n');

@@ -53,7 +53,7 @@ class OutputUnit {
   std::string file_;
   int fd_ = -1;
   std::string buffer_;
-  bool failing_ = false;  // set while this unit's own failure is being reported
+  bool failing_ = false;        // set while this unit's own failure is being reported
   OutputUnit* next_ = nullptr;  // list of units that write to a file
 };
 

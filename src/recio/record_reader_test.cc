@@ -34,13 +34,13 @@ TEST(RecordReaderTest, RecordBoundaries) {
   } cases[] = {
       {"", {}},
       {"\n", {""}},
-      {"a\nb", {"a", "b"}},      // a last line without line feed is a record
+      {"a\nb", {"a", "b"}},  // a last line without line feed is a record
       {"a\nb\n", {"a", "b"}},
       {"a\n\nb\n", {"a", "", "b"}},
       {"a\r\nb\r\n", {"a", "b"}},  // a carriage return before the line feed ends the line
       {"a\rb\n", {"a\rb"}},        // any other one is an ordinary character
       {"a\r\r\n", {"a\r"}},
-      {"a\r", {"a\r"}},            // no line feed follows it
+      {"a\r", {"a\r"}},  // no line feed follows it
       {"\r\n", {""}},
       {std::string("a\0b\n", 4), {std::string("a\0b", 3)}},
   };
@@ -73,15 +73,14 @@ TEST(RecordReaderTest, StepBack) {
   struct Case {
     const char* name;
     std::string text;
-    int reads;       // records read first (more than there are: runs into end of file)
+    int reads;  // records read first (more than there are: runs into end of file)
     int steps_back;
     Records expected;  // what the following reads give
   } cases[] = {
       {"right after opening", Lines(1, 3), 0, 1, {"r1", "r2", "r3"}},
       {"back over one", Lines(1, 3), 2, 1, {"r2", "r3"}},
       {"more than were read", Lines(1, 3), 2, 5, {"r1", "r2", "r3"}},
-      {"eight after end of file", Lines(1, 10), 11, 8,
-       {"r4", "r5", "r6", "r7", "r8", "r9", "r10"}},
+      {"eight after end of file", Lines(1, 10), 11, 8, {"r4", "r5", "r6", "r7", "r8", "r9", "r10"}},
       {"first one after end of file only leaves it", Lines(1, 3), 4, 1, {}},
       {"second one after end of file", Lines(1, 3), 4, 2, {"r3"}},
       {"last record was read, no end of file yet", Lines(1, 3), 3, 1, {"r3"}},
@@ -114,15 +113,21 @@ TEST_P(ReadUntilTest, FindsTheFirstRecordHoldingAMarkerWithin256Columns) {
       {"marker at column 1", "a\nCPU Time: 1\nb\n", "CPU Time: 1", {"b"}},
       {"ends at column 256", pad247 + "CPU Time:\nb\n", pad247 + "CPU Time:", {"b"}},
       {"runs past column 256", pad248 + "CPU Time:\nb\n", "EOF", {}},
-      {"past 256 first, then a good one", pad248 + "CPU Time: 1 CPU Time:\nx CPU Time: 2\nc\n",
-       "x CPU Time: 2", {"c"}},
+      {"past 256 first, then a good one",
+       pad248 + "CPU Time: 1 CPU Time:\nx CPU Time: 2\nc\n",
+       "x CPU Time: 2",
+       {"c"}},
       {"case counts", "cpu time: 1\nCPU TIME: 2\n", "EOF", {}},
       {"not split over lines", "CPU\nTime:\n", "EOF", {}},
       {"marker in the last line without line feed", "a\nb CPU Time: 3", "b CPU Time: 3", {}},
       {"before a carriage return", "CPU Time:\r\nz\n", "CPU Time:", {"z"}},
-      {"either marker, whichever record is first", "a\n Chi2: 1\nCPU Time: 2\n", " Chi2: 1",
+      {"either marker, whichever record is first",
+       "a\n Chi2: 1\nCPU Time: 2\n",
+       " Chi2: 1",
        {"CPU Time: 2"}},
-      {"a long line without a marker, then one", std::string(100000, 'y') + "\nChi2:\n", "Chi2:",
+      {"a long line without a marker, then one",
+       std::string(100000, 'y') + "\nChi2:\n",
+       "Chi2:",
        {}},
   };
   for (const Case& c : cases) {

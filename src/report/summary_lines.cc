@@ -6,8 +6,7 @@ namespace tabrun {
 namespace {
 
 constexpr std::string_view kBanner1 = "                =========Program Tab_Run=========";
-constexpr std::string_view kBanner2 =
-    "     Program to extract information from Kolvaran LOG files";
+constexpr std::string_view kBanner2 = "     Program to extract information from Kolvaran LOG files";
 constexpr std::string_view kBanner3 = "                ========= Vestrum 2000  =========";
 constexpr std::string_view kConsoleCount = "File: List_log contains ";
 constexpr std::string_view kResultsCount = " => The file: List_log contains ";
@@ -83,8 +82,7 @@ void WriteFinalResults(OutputUnit& console) { WriteRecord(console, {kFinalResult
 
 bool WarningDue(std::int32_t failures, std::int32_t listing_count) {
   // The subtraction is done in integers first, then both sides are converted.
-  const float ratio = static_cast<float>(failures) * 100.0f /
-                      static_cast<float>(listing_count - 7);
+  const float ratio = static_cast<float>(failures) * 100.0f / static_cast<float>(listing_count - 7);
   return ratio > 20.0f;
 }
 

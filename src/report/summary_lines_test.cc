@@ -45,8 +45,8 @@ TEST(SummaryLinesTest, PerRunLinesAreUntrimmedInLogResOnly) {
             " => No CPU calculation for: broken.pcr\n");
   EXPECT_EQ(results.contents(), " => PCR file not found in: broken.log" + Blanks(246) + "\n" +
                                     " => Bad end for file: broken.pcr" + Blanks(246) + "\n" +
-                                    " => No CPU calculation for: broken.pcr" + Blanks(246) +
-                                    "\n" + " => broken.pcr" + Blanks(246) + "\n");
+                                    " => No CPU calculation for: broken.pcr" + Blanks(246) + "\n" +
+                                    " => broken.pcr" + Blanks(246) + "\n");
   // Fixed lengths per line kind: 283, 278, 284 and 260 characters.
   std::size_t start = 0;
   for (std::size_t expected : {283u, 278u, 284u, 260u}) {
@@ -103,17 +103,13 @@ TEST(WarningDueTest, Thresholds) {
     int failures, count;
     bool warns;
   } cases[] = {
-      {1, 10, true},    // 33.3 %
-      {0, 10, false},
-      {1, 12, false},   // exactly 20 %: strictly greater is needed
-      {2, 16, true},
-      {1, 7, true},     // 1 / 0: infinity
-      {0, 7, false},    // 0 / 0: no number, compares false
-      {3, 3, false},    // negative divisor
-      {6, 6, false},
-      {0, 0, false},
-      {1, 8, true},
-      {200, 1007, false},  // 5 * 200 = 1000: not above
+      {1, 10, true},                      // 33.3 %
+      {0, 10, false},    {1, 12, false},  // exactly 20 %: strictly greater is needed
+      {2, 16, true},     {1, 7, true},    // 1 / 0: infinity
+      {0, 7, false},                      // 0 / 0: no number, compares false
+      {3, 3, false},                      // negative divisor
+      {6, 6, false},     {0, 0, false},
+      {1, 8, true},      {200, 1007, false},  // 5 * 200 = 1000: not above
       {201, 1007, true},
   };
   for (const Case& c : cases) {

@@ -7,22 +7,13 @@
 namespace tabrun {
 namespace {
 
-TEST(FixedTextTest, AssignPadsAndCutsToTheFullWidth) {
-  FixedText text("abc");
-  EXPECT_EQ(text.view(), "abc" + std::string(253, ' '));
-  text.Assign(std::string(300, 'x'));
-  EXPECT_EQ(text.view(), std::string(256, 'x'));
-  EXPECT_TRUE(FixedText().IsBlank());
-}
-
-TEST(FixedTextTest, AssignFromItsOwnTailIsSafe) {
+TEST(FixedTextTest, AssignPadsCutsAndMayReadItself) {
   FixedText text("0123456789");
+  EXPECT_EQ(text.view(), "0123456789" + std::string(246, ' '));
   text.Assign(text.Columns(3, 256));
   EXPECT_EQ(text.Trimmed(), "23456789");
-}
-
-TEST(FixedTextTest, AssignLeadingKeepsTheRest) {
-  FixedText text(std::string(256, 'x'));
+  text.Assign(std::string(300, 'x'));
+  EXPECT_EQ(text.view(), std::string(256, 'x'));
   text.AssignLeading(150, "ab");
   EXPECT_EQ(text.view(), "ab" + std::string(148, ' ') + std::string(106, 'x'));
 }
@@ -30,7 +21,6 @@ TEST(FixedTextTest, AssignLeadingKeepsTheRest) {
 TEST(FixedTextTest, ColumnsAreOneBasedAndClippedAtTheEnd) {
   FixedText text("abcdef");
   EXPECT_EQ(text.Columns(2, 4), "bcd");
-  EXPECT_EQ(text.Columns(256, 256), " ");
   EXPECT_EQ(text.Columns(250, 270).size(), 7u);
   EXPECT_EQ(text.Columns(257, 300), "");
   EXPECT_EQ(text.Columns(5, 4), "");

@@ -66,6 +66,8 @@ void InputFile::LoadIntoBuffer(std::size_t size) {
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;  // end of file, or a read error, which ends the content the same way
     have += static_cast<std::size_t>(got);
+    // The size fstat gave, read in one go: no need to ask again for the end of the file.
+    if (have == size && static_cast<std::size_t>(got) == size) break;
   }
   data_ = std::string_view(buffer_.data(), have);
 }

@@ -86,6 +86,22 @@ bool InputFile::Map(std::size_t size, std::string* error) {
   return true;
 }
 
+std::string_view InputFile::Segment(std::uint64_t offset, std::size_t length) {
+  if (offset >= data_.size()) return {};
+  length = std::min<std::uint64_t>(length, data_.size() - offset);
+  if (mapping_ == nullptr) return data_.substr(offset, length);
+  if (segment_.size() < length) segment_.resize(length);
+  std::size_t have = 0;
+  while (have < length) {
+    const ssize_t got = pread(fd_, segment_.data() + have, length - have, offset + have);
+    if (got < 0 && errno == EINTR) continue;
+    // The file shrank or cannot be read this way: the mapping still tells what it held.
+    if (got <= 0) return data_.substr(offset, length);
+    have += static_cast<std::size_t>(got);
+  }
+  return {segment_.data(), length};
+}
+
 void InputFile::Release(std::uint64_t offset) {
   if (mapping_ == nullptr || offset < released_ + 2 * kReleaseStep) return;
   // Keep one step behind the offset: a reader steps back a few records now and then.

@@ -41,6 +41,12 @@ class InputFile {
   // The file's bytes; valid until the next Open or Close.
   std::string_view data() const { return data_; }
 
+  // The bytes [offset, offset + length) of data(), clipped at its end. For a mapped file they
+  // are copied with one read call into a buffer the object keeps (valid until the next call),
+  // so that a long forward search costs what reading the file costs, without mapping each of
+  // its pages; for a file read whole it is simply a view of data().
+  std::string_view Segment(std::uint64_t offset, std::size_t length);
+
   // Hint: the bytes before `offset` are unlikely to be needed again. They stay readable
   // through data(); they only stop counting towards the process's memory until touched again.
   void Release(std::uint64_t offset);
@@ -55,6 +61,7 @@ class InputFile {
   void* mapping_ = nullptr;   // set when the file is mapped instead
   std::size_t mapping_size_ = 0;
   std::uint64_t released_ = 0;  // mapped bytes before this offset were handed back
+  std::vector<char> segment_;   // the last Segment of a mapped file
 };
 
 }  // namespace tabrun

@@ -1,100 +1,57 @@
-// Helpers for the end-to-end tests: a scratch directory per test, files with exact bytes, and
-// the built tabrun run as a child process in that directory.
+// The end-to-end harness: the built tabrun run in a scratch directory per test.
 
 #ifndef TABRUN_TESTS_SCRATCH_DIR_H_
 #define TABRUN_TESTS_SCRATCH_DIR_H_
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace tabrun_test {
 
-// What a finished child process left behind.
+// The whole file at `path`; fails the test and returns "" when it cannot be read.
+std::string ReadFile(const std::string& path);
+
 struct RunResult {
-  std::string out;          // everything it wrote to standard output
-  std::string err;          // everything it wrote to standard error
-  int exit_status = -1;     // its exit status, or -1 when it did not exit normally
-  int signal = 0;           // the signal that ended it, 0 when it exited
-  bool timed_out = false;   // it was killed after the time limit
-  std::string start_error;  // why the program could not be started; empty when it was
+  std::string out;
+  std::string err;
+  int status = -1;  // the exit status; 128 + the signal number when a signal ended it
 };
 
-struct RunOptions {
-  std::vector<std::string> args;
-  std::string path_prefix;    // put in front of PATH when not empty
-  bool unprivileged = false;  // when we are root, run the child as user and group 65534
-  int timeout_seconds = 120;  // a child still running then is killed
-};
+// Who runs tabrun: the tests' user, or one whom permissions stop (65534 when we are root).
+enum class User { kCurrent, kUnprivileged };
 
-// Runs `program` in `dir` and waits for it, capturing both output streams. The child gets
-// the parent's environment with LC_ALL=C (so `ls` sorts names bytewise) and PATH as `options`
-// say, and /dev/null as standard input. When it cannot be started (no such directory, the
-// user cannot execute the program), start_error says why and nothing else is set.
-RunResult RunProgram(const std::string& program, const std::string& dir, const RunOptions& options);
-
-// A fresh directory under $TMPDIR (or /tmp), removed with everything in it on destruction.
-// It holds two subdirectories: work/, the directory the program runs in, and bin/, where a
-// stand-in `ls` can be installed. Names given to the methods are relative to work/.
-class ScratchDir {
- public:
-  ScratchDir();
-  ~ScratchDir();
-  ScratchDir(const ScratchDir&) = delete;
-  ScratchDir& operator=(const ScratchDir&) = delete;
-
-  const std::string& root() const { return root_; }
-  const std::string& work() const { return work_; }
-  const std::string& bin() const { return bin_; }
-  std::string PathOf(std::string_view name) const { return work_ + "/" + std::string(name); }
-
-  // Creates or replaces the file with exactly `bytes` (no line end added) and gives it `mode`.
-  void Write(std::string_view name, std::string_view bytes, unsigned mode = 0644) const;
-  // The whole content of the file; fails the current test and returns "" when it cannot be read.
-  std::string Read(std::string_view name) const;
-  // True when the name exists, symbolic links not followed.
-  bool Exists(std::string_view name) const;
-  void MakeDir(std::string_view name) const;
-  void Symlink(std::string_view target, std::string_view name) const;
-  // Copies the regular files of `source_dir` (not its subdirectories) into work/.
-  void CopyFilesFrom(const std::string& source_dir) const;
-  // The sorted names in work/.
-  std::vector<std::string> Entries() const;
-
-  // Installs bin/ls, which ignores the directory, prints `listing` byte for byte and records
-  // its arguments one per line in bin/ls_args. Run with bin() as PATH prefix to use it.
-  void InstallStandInLs(std::string_view listing) const;
-  // True once the stand-in `ls` has run.
-  bool StandInLsRan() const;
-  // The arguments the stand-in `ls` was given, one per line.
-  std::string StandInLsArgs() const;
-
- private:
-  std::string root_;
-  std::string work_;
-  std::string bin_;
-};
-
-// A test fixture that owns a scratch directory and runs the built tabrun in it.
+// Owns a fresh directory <root>/work for each test, in which tabrun runs; names given to the
+// methods are relative to it. It is removed after the test even when made read-only.
 class ScratchDirTest : public ::testing::Test {
  protected:
-  // Runs tabrun in work/ with the real `ls`.
-  RunResult Run(const std::vector<std::string>& args = {}) const;
-  // Runs tabrun in work/ with the stand-in `ls`, which prints `listing`.
-  RunResult RunWithListing(std::string_view listing,
-                           const std::vector<std::string>& args = {}) const;
-  // Runs tabrun in work/ with the real `ls` as a user whom file permissions stop: ourselves,
-  // or user 65534 when we are root. The scratch directory is opened for that user to reach
-  // work/; work/ itself keeps the mode the test gave it.
-  RunResult RunUnprivileged() const;
+  void SetUp() override;
+  void TearDown() override;
 
-  ScratchDir dir_;
+  std::string Path(std::string_view name) const { return work_ + "/" + std::string(name); }
+  // Creates or replaces the file with exactly `bytes` and gives it `mode`.
+  void Write(std::string_view name, std::string_view bytes, unsigned mode = 0644) const;
+  std::string Read(std::string_view name) const { return ReadFile(Path(name)); }
+  // The sorted names in the work directory.
+  std::vector<std::string> Entries() const;
+  // True once the stand-in `ls` has run in this test.
+  bool LsRan() const;
+
+  // Runs tabrun with `args` in the work directory with LC_ALL=C, capturing its output. When
+  // `listing` is given, `ls` is a stand-in that prints exactly that text. A run still going
+  // after two minutes is killed.
+  RunResult Run(const std::optional<std::string>& listing = std::nullopt,
+                const std::vector<std::string>& args = {}, User user = User::kCurrent) const;
+
+  std::string root_;
+  std::string work_;
 };
 
-// The file of the source tree at `relative` (for example "tests/golden/x"), read whole.
-std::string ReadSourceFile(const std::string& relative);
+// Compares two texts byte for byte; on a difference, reports the first differing line escaped.
+void ExpectSameText(std::string_view what, std::string_view actual, std::string_view expected);
 
 }  // namespace tabrun_test
 

@@ -46,7 +46,7 @@ inline ScanOutput ScanText(const std::string& log, SearchMode mode = SearchMode:
                            BatchState batch = {}, const std::string& log_name = "run.log") {
   OutputUnit console("*", "memory");
   OutputUnit results("1", "memory");
-  RecordReader reader(log, nullptr, mode);
+  RecordReader reader(log, mode);
   ScanOutput out;
   out.result = ScanLog(reader, FixedText(log_name), &batch, {console, results}, &out.bad_text);
   out.results = results.contents();

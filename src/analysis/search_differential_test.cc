@@ -81,7 +81,7 @@ std::string RunBatch(const std::vector<std::string>& logs, SearchMode mode) {
   BatchState batch;
   std::string trail;
   for (const std::string& log : logs) {
-    RecordReader reader(log, nullptr, mode);
+    RecordReader reader(log, mode);
     std::string bad_text;
     if (ScanLog(reader, FixedText("x.log"), &batch, {console, results}, &bad_text) ==
         ScanResult::kBadCpuValue) {

@@ -41,7 +41,7 @@ std::vector<std::string> LoadListing(InputFile& input) {
     case InputFile::OpenResult::kFailed:
       FatalIoError(kListingUnit, kListingFile, "cannot open", error);
   }
-  RecordReader reader(input.data(), &input);
+  RecordReader reader(input);
   std::vector<std::string> entries = ReadListing(reader);
   if (!input.Close(&error)) FatalIoError(kListingUnit, kListingFile, "cannot close", error);
   return entries;
@@ -63,7 +63,7 @@ void SummariseEntry(std::string_view entry, InputFile& input, SearchMode search,
     case InputFile::OpenResult::kFailed:
       FatalIoError(kLogUnit, path, "cannot open", error);
   }
-  RecordReader log(input.data(), &input, search);
+  RecordReader log(input, search);
   std::string bad_text;
   if (ScanLog(log, log_name, batch, out, &bad_text) == ScanResult::kBadCpuValue) {
     FatalIoError(kLogUnit, path, "cannot read a real number",

@@ -4,6 +4,7 @@
 #define TABRUN_RECIO_RECORD_READER_H_
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <string_view>
 
@@ -34,10 +35,10 @@ enum class SearchMode { kBlock, kRecordByRecord };
 // read again from the start.
 class RecordReader {
  public:
-  // `data` must outlive the reader. When `file` is given, it is told which bytes the reader
-  // has left behind (InputFile::Release) during long forward searches.
-  explicit RecordReader(std::string_view data, InputFile* file = nullptr,
-                        SearchMode mode = SearchMode::kBlock);
+  // Reads the text `data`, which must outlive the reader.
+  explicit RecordReader(std::string_view data, SearchMode mode = SearchMode::kBlock);
+  // Reads the open file `file`, which must stay open while the reader is used.
+  explicit RecordReader(InputFile& file, SearchMode mode = SearchMode::kBlock);
 
   // Reads the next record into `line`: its first kRecordLength characters, blank-padded; the
   // rest of a longer record is skipped. Returns false at end of file and leaves `line` as it
@@ -63,20 +64,28 @@ class RecordReader {
   // markers does not search the same bytes again for the one that is further away.
   struct HitCache {
     std::string_view marker;
-    std::size_t from = 0;
-    std::size_t hit = 0;
+    std::uint64_t from = 0;
+    std::uint64_t hit = 0;
   };
 
+  std::uint64_t size() const;
+  // The bytes from `offset` on, at least min(min_length, size() - offset) of them; valid until
+  // the next call.
+  std::string_view Bytes(std::uint64_t offset, std::size_t min_length) const;
+  // The offset of the first line feed at or after `from`, or size() when there is none.
+  std::uint64_t NextLineFeed(std::uint64_t from) const;
+  // The offset of the last line feed in [low, high), or kNone when there is none.
+  std::uint64_t LastLineFeed(std::uint64_t low, std::uint64_t high) const;
+  std::uint64_t StartOfRecordBefore(std::uint64_t position) const;
+
   bool ReadUntilRecordByRecord(std::initializer_list<std::string_view> markers, FixedText* line);
-  std::size_t NextHit(std::string_view marker);
-  std::size_t FindQualifyingHit(std::string_view marker, std::size_t from) const;
-  std::size_t StartOfRecordBefore(std::size_t position) const;
-  std::size_t EndOfLine(std::size_t position) const;
+  std::uint64_t NextHit(std::string_view marker);
+  std::uint64_t FindQualifyingHit(std::string_view marker, std::uint64_t from) const;
 
   std::string_view data_;
-  InputFile* file_;
+  InputFile* file_ = nullptr;  // when set, the bytes come from it instead of data_
   SearchMode mode_;
-  std::size_t position_ = 0;  // offset of the next record's first byte
+  std::uint64_t position_ = 0;  // offset of the next record's first byte
   bool at_end_of_file_ = false;
   HitCache cache_[kMaxMarkers];
   int cache_next_ = 0;

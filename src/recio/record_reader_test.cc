@@ -131,7 +131,7 @@ TEST_P(ReadUntilTest, FindsTheFirstRecordHoldingAMarkerWithin256Columns) {
        {}},
   };
   for (const Case& c : cases) {
-    RecordReader reader(c.text, nullptr, GetParam());
+    RecordReader reader(c.text, GetParam());
     FixedText line("unchanged");
     const bool found = reader.ReadUntil({kCpu, kChi2}, &line);
     EXPECT_EQ(found ? std::string(line.Trimmed()) : "EOF", c.expected) << c.name;
@@ -144,7 +144,7 @@ TEST_P(ReadUntilTest, FindsTheFirstRecordHoldingAMarkerWithin256Columns) {
 
 TEST_P(ReadUntilTest, SearchesOnFromWhereTheReaderStands) {
   const std::string text = "CPU Time: 1\nChi2: a\nCPU Time: 2\nChi2: b\n";
-  RecordReader reader(text, nullptr, GetParam());
+  RecordReader reader(text, GetParam());
   FixedText line;
   Records found;
   while (reader.ReadUntil({kCpu, kChi2}, &line)) found.emplace_back(line.Trimmed());

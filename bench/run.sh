@@ -281,9 +281,9 @@ measure_corpus() {
 # ---------------------------------------------------------------------------
 
 rm -f "$scratch/table.rows" "$scratch/missed"
-for spec in "${corpora[@]}"; do
+for corpus in "${corpora[@]}"; do
   # shellcheck disable=SC2086
-  measure_corpus $spec
+  measure_corpus $corpus
 done
 missed=0
 [[ -f $scratch/missed ]] && missed=1

@@ -167,7 +167,7 @@ TEST_F(E2eTest, ListingEntriesAndWarning) {
   Write("broken.log", " Control file *.pcr: broken\n");
   Write("noctl.log", " Kolvaran stopped: cannot read the input file\n");
   // Each kind of entry, by its letter in kKinds: its listing line and what it adds.
-  constexpr std::string_view kKinds = "GNBCMT_";
+  constexpr std::string_view kKinds = "GNBCMT_L";
   const std::pair<std::string, void (*)(Expected&)> kinds[] = {
       {LsLine("good.log"), [](Expected& e) { e.Summary(GoodRun()); }},
       {LsLine("nocpu.log"), [](Expected& e) { e.Failure(kNoCpu, "Normal end for nocpu.pcr"); }},
@@ -176,6 +176,9 @@ TEST_F(E2eTest, ListingEntriesAndWarning) {
       {LsLine("gone.log"), [](Expected& e) { e.NotFound("gone.log"); }},
       {"total 16\n", [](Expected& e) { e.NotFound("16"); }},
       {"\n", [](Expected&) {}},
+      // 10,000 characters: the name is taken from the first 256.
+      {std::string(10000, 'x') + " good.log\n",
+       [](Expected& e) { e.NotFound(std::string(256, 'x')); }},
   };
   struct Case {
     std::string entries;
@@ -186,7 +189,7 @@ TEST_F(E2eTest, ListingEntriesAndWarning) {
   const Case cases[] = {
       {"T_GGGGG", "150.000", "2.500", true},           // 1 failure over 7 - 7 = 0
       {"GGGGGGGGG_NM", "270.000", "4.500", false},     // 1 over 5: exactly 20
-      {"GGGGGGGGGGGGGGBC", "420.000", "7.000", true},  // 2 over 9
+      {"GGGGGGGGGGGGGGBCL", "420.000", "7.000", true},  // 3 over 10
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.entries);

@@ -48,7 +48,7 @@ std::vector<std::string> LoadListing(InputFile& input) {
 }
 
 // Scans the log of one non-blank listing entry, or reports it as not found.
-void SummariseEntry(std::string_view entry, InputFile& input, SearchMode search, BatchState* batch,
+void SummariseEntry(std::string_view entry, InputFile& input, BatchState* batch,
                     const ReportStreams& out) {
   const FixedText log_name(NameOfEntry(entry));
   const std::string path(log_name.Trimmed());
@@ -63,7 +63,7 @@ void SummariseEntry(std::string_view entry, InputFile& input, SearchMode search,
     case InputFile::OpenResult::kFailed:
       FatalIoError(kLogUnit, path, "cannot open", error);
   }
-  RecordReader log(input, search);
+  RecordReader log(input);
   std::string bad_text;
   if (ScanLog(log, log_name, batch, out, &bad_text) == ScanResult::kBadCpuValue) {
     FatalIoError(kLogUnit, path, "cannot read a real number",
@@ -74,7 +74,7 @@ void SummariseEntry(std::string_view entry, InputFile& input, SearchMode search,
 
 }  // namespace
 
-int RunBatch(OutputUnit& console, SearchMode search) {
+int RunBatch(OutputUnit& console) {
   WriteBanner(console);
   // The banner must be out before anything the listing command prints.
   console.Flush();
@@ -93,7 +93,7 @@ int RunBatch(OutputUnit& console, SearchMode search) {
   BatchState batch;
   for (const std::string& entry : listing) {
     if (entry.empty()) continue;  // a blank line is skipped, but it counts in the listing
-    SummariseEntry(entry, input, search, &batch, out);
+    SummariseEntry(entry, input, &batch, out);
   }
 
   WriteCpuTotals(out, batch.cpu_total);

@@ -4,7 +4,6 @@
 #define TABRUN_DRIVER_RUN_H_
 
 #include "recio/output_unit.h"
-#include "recio/record_reader.h"
 
 namespace tabrun {
 
@@ -14,8 +13,7 @@ inline constexpr char kListingCommand[] = "ls -l *.log > list_log";
 // Summarises the batch in the current directory: runs the listing command, reads list_log,
 // writes log.res and the console lines to `console`, and returns the exit status (0). A
 // fatal I/O error ends the program from inside, after flushing what was written.
-// `search` chooses how the logs are searched; the output is the same either way.
-int RunBatch(OutputUnit& console, SearchMode search = SearchMode::kBlock);
+int RunBatch(OutputUnit& console);
 
 }  // namespace tabrun
 

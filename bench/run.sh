@@ -75,11 +75,12 @@ done
 
 if ((do_build)); then
   echo "== building Release into $build"
+  mkdir -p "$build"
   cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTABRUN_BUILD_BENCHMARKS=ON \
-    -DTABRUN_BUILD_TESTS=OFF >"$build.configure.log" 2>&1 ||
-    { tail -20 "$build.configure.log" >&2; die "cmake configure failed (log: $build.configure.log)"; }
-  cmake --build "$build" -j2 >"$build.build.log" 2>&1 ||
-    { tail -30 "$build.build.log" >&2; die "build failed (log: $build.build.log)"; }
+    -DTABRUN_BUILD_TESTS=OFF >"$build/configure.log" 2>&1 ||
+    { tail -20 "$build/configure.log" >&2; die "cmake configure failed (log: $build/configure.log)"; }
+  cmake --build "$build" -j2 >"$build/build.log" 2>&1 ||
+    { tail -30 "$build/build.log" >&2; die "build failed (log: $build/build.log)"; }
 fi
 generator="$build/bench/tabrun_gen_corpus"
 [[ -n $tabrun ]] || tabrun="$build/tabrun"

@@ -7,13 +7,11 @@ namespace tabrun {
 
 FixedText::FixedText() { data_.fill(' '); }
 
-void FixedText::Assign(std::string_view value) { AssignLeading(kRecordLength, value); }
-
-void FixedText::AssignLeading(int length, std::string_view value) {
-  const size_t keep = std::min(value.size(), static_cast<size_t>(length));
+void FixedText::Assign(std::string_view value) {
+  const size_t keep = std::min(value.size(), data_.size());
   // memmove: the value may be a view of this very buffer.
   std::memmove(data_.data(), value.data(), keep);
-  std::fill(data_.begin() + keep, data_.begin() + length, ' ');
+  std::fill(data_.begin() + keep, data_.end(), ' ');
 }
 
 std::string_view FixedText::Trimmed() const { return TrimRight(view()); }

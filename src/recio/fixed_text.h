@@ -28,10 +28,6 @@ class FixedText {
   // point into this text itself.
   void Assign(std::string_view value);
 
-  // Replaces the first `length` characters by `value` padded or cut to `length`, and leaves
-  // the rest as it was. REQUIRES: 0 <= length <= kRecordLength.
-  void AssignLeading(int length, std::string_view value);
-
   // All kRecordLength characters, trailing blanks included.
   std::string_view view() const { return {data_.data(), data_.size()}; }
 

@@ -14,8 +14,6 @@ TEST(FixedTextTest, AssignPadsCutsAndMayReadItself) {
   EXPECT_EQ(text.Trimmed(), "23456789");
   text.Assign(std::string(300, 'x'));
   EXPECT_EQ(text.view(), std::string(256, 'x'));
-  text.AssignLeading(150, "ab");
-  EXPECT_EQ(text.view(), "ab" + std::string(148, ' ') + std::string(106, 'x'));
 }
 
 TEST(FixedTextTest, ColumnsAreOneBasedAndClippedAtTheEnd) {

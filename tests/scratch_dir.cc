@@ -98,11 +98,18 @@ RunResult ScratchDirTest::Run(const std::optional<std::string>& listing,
     path.insert(5, root_ + "/bin:");
   }
   const bool drop_root = user == User::kUnprivileged && geteuid() == 0;
-  if (user == User::kUnprivileged) chmod(root_.c_str(), 0755);  // so that work/ can be reached
+  std::string binary = TABRUN_BINARY;
+  if (user == User::kUnprivileged) {
+    chmod(root_.c_str(), 0755);  // so that work/ can be reached
+    // The build tree may lie where the unprivileged user cannot go: run a copy from here.
+    binary = root_ + "/bin/tabrun";
+    fs::copy_file(TABRUN_BINARY, binary, fs::copy_options::overwrite_existing);
+    chmod(binary.c_str(), 0755);
+  }
 
   // Everything the child needs is built before the fork. The output goes to files, so that
   // no pipe can fill up and stall the child.
-  std::vector<std::string> texts{TABRUN_BINARY};
+  std::vector<std::string> texts{binary};
   texts.insert(texts.end(), args.begin(), args.end());
   std::vector<char*> argv;
   for (std::string& text : texts) argv.push_back(text.data());

@@ -1,130 +1,146 @@
 #include "analysis/log_scan.h"
 
 #include "analysis/markers.h"
-#include "analysis/monte_check.h"
 #include "recio/number.h"
 
 namespace tabrun {
 namespace {
 
-// The name stage of the run text is cut or padded to this many columns before "> CPU:", so
-// that the CPU column lines up through the whole of log.res.
-constexpr int kNameColumns = 50;
+// The annealing control file line counts only among the last records of a log.
+constexpr int kAnnealingTailRecords = 7;
+// After it is found, the CPU time is looked for from this many records above it.
+constexpr int kCpuSearchAboveAnnealingLine = 7;
+// How far above the "CPU Time:" record the result line may stand.
+constexpr int kResultRecordsAbove = 35;
+constexpr int kBestSolutionRecordsAbove = 29;
 // The CPU text: the columns right after "CPU Time:", untrimmed.
 constexpr int kCpuTextColumns = 12;
-// How far back the result line may stand above the "CPU Time:" record (one step back more
-// than records above it).
-constexpr int kResultStepBack = 36;
-constexpr int kAnnealingResultStepBack = 30;
 // Columns of the best solution's R-F2 value, wherever its marker stands.
 constexpr int kBestSolutionFirst = 18;
 constexpr int kBestSolutionLast = 25;
 
-std::string Concat(std::initializer_list<std::string_view> pieces) {
-  std::string text;
-  for (std::string_view piece : pieces) text.append(piece);
-  return text;
+// `text` without leading and trailing blanks.
+std::string_view Trim(std::string_view text) {
+  text = TrimRight(text);
+  return text.substr(std::min(text.find_first_not_of(' '), text.size()));
 }
 
-// The control file name: everything after the marker up to the record's last non-blank,
-// with ".pcr" appended and leading blanks moved to the end.
-void TakeControlFileName(const FixedText& line, FixedText* run_text) {
-  const int at = Index(line.view(), markers::kControlFile);
-  const std::string_view rest = line.Columns(at + markers::kControlFile.size(), kRecordLength);
-  run_text->Assign(AdjustLeft(Concat({TrimRight(rest), markers::kPcrSuffix})));
+// The text of `line` from `skip` columns after column `at` to its last non-blank.
+std::string_view After(const FixedText& line, int at, std::size_t skip) {
+  return TrimRight(line.Columns(at + static_cast<int>(skip), kRecordLength));
 }
 
-// The 12 columns after the marker; those past the end of the record are blanks.
-std::string CpuText(const FixedText& line, int value_column) {
-  std::string text(line.Columns(value_column, value_column + kCpuTextColumns - 1));
-  text.resize(kCpuTextColumns, ' ');
-  return text;
+// The annealing run's name field: it starts right after the first colon of the line, which is
+// the marker's own unless an earlier one stands before it, and ends before the first blank
+// found from two columns after that colon, so a single blank right after the colon does not
+// end it.
+std::string_view AnnealingName(const FixedText& line) {
+  const int colon = Index(line.view(), ":");
+  const int length = Index(line.Columns(colon + 2, kRecordLength), " ");
+  return Trim(line.Columns(colon + 1, colon + length));
 }
 
-// The first record, from 35 above "CPU Time:" on, with both "Chi2:" and "Rp:" or with
-// "RF2 -factor :" supplies the result text.
-void AppendOrdinaryResult(RecordReader& log, FixedText* run_text) {
-  for (int i = 0; i < kResultStepBack; ++i) log.BackSpace();
-  FixedText line;
-  while (log.ReadUntil({markers::kChi2, markers::kRf2}, &line)) {
+// The first record, from kResultRecordsAbove above the CPU record on, with both "Chi2:" and
+// "Rp:" or with "RF2 -factor :".
+void FindOrdinaryResult(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
+  for (std::uint64_t at = log.RecordsAbove(cpu_record, kResultRecordsAbove);;
+       at = log.NextRecord(at)) {
+    at = log.Find(at, {markers::kChi2, markers::kRf2});
+    if (at == log.size()) return;
+    const FixedText line = log.Record(at);
     const int chi2 = IndexLast(line.view(), markers::kChi2);
-    const int rp = Index(line.view(), markers::kRp);
     const int rf2 = Index(line.view(), markers::kRf2);
-    if (chi2 != 0 && rp != 0) {
-      const std::string_view value =
-          TrimRight(line.Columns(chi2 + markers::kChi2.size(), kRecordLength));
-      run_text->Assign(Concat({run_text->Trimmed(), markers::kChi2Piece, value}));
-      return;
-    }
-    if (rf2 != 0) {
+    if (chi2 != 0 && Index(line.view(), markers::kRp) != 0) {
+      scan->result_label = ResultLabel::kChi2;
+      scan->result_text = After(line, chi2, markers::kChi2.size());
+    } else if (rf2 != 0) {
+      scan->result_label = ResultLabel::kRf2;
       // The one column right after the marker is skipped.
-      const std::string_view value =
-          TrimRight(line.Columns(rf2 + markers::kRf2.size() + 1, kRecordLength));
-      run_text->Assign(Concat({run_text->Trimmed(), markers::kRf2Piece, value}));
-      return;
+      scan->result_text = After(line, rf2, markers::kRf2.size() + 1);
+    } else {
+      continue;
     }
+    scan->result_record = line.Trimmed();
+    return;
   }
 }
 
-void AppendAnnealingResult(RecordReader& log, FixedText* run_text) {
-  for (int i = 0; i < kAnnealingResultStepBack; ++i) log.BackSpace();
-  FixedText line;
-  if (!log.ReadUntil({markers::kBestSolution}, &line)) return;
-  const std::string_view value = TrimRight(line.Columns(kBestSolutionFirst, kBestSolutionLast));
-  run_text->Assign(Concat({run_text->Trimmed(), markers::kRf2Piece, value}));
+void FindBestSolution(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
+  const std::uint64_t at =
+      log.Find(log.RecordsAbove(cpu_record, kBestSolutionRecordsAbove), {markers::kBestSolution});
+  if (at == log.size()) return;
+  const FixedText line = log.Record(at);
+  scan->result_label = ResultLabel::kBestSolution;
+  scan->result_record = line.Trimmed();
+  scan->result_text = TrimRight(line.Columns(kBestSolutionFirst, kBestSolutionLast));
+}
+
+// Reads the CPU record at `at` into `scan`; false when its value is not a number.
+bool ReadCpu(LogText& log, std::uint64_t at, RunScan* scan) {
+  const FixedText line = log.Record(at);
+  const int value_column =
+      IndexLast(line.view(), markers::kCpuTime) + static_cast<int>(markers::kCpuTime.size());
+  scan->cpu_value_text = line.Columns(value_column, kRecordLength);
+  scan->cpu_text = line.Columns(value_column, value_column + kCpuTextColumns - 1);
+  // Columns past the end of the record are blanks.
+  scan->cpu_text.resize(kCpuTextColumns, ' ');
+  float seconds = 0.0f;
+  switch (ReadReal(scan->cpu_value_text, &seconds)) {
+    case RealReadResult::kValue:
+      scan->cpu_seconds = seconds;
+      return true;
+    case RealReadResult::kNull:
+      return true;
+    case RealReadResult::kNoValue:
+    case RealReadResult::kNotANumber:
+      return false;
+  }
+  return false;
 }
 
 }  // namespace
 
-ScanResult ScanLog(RecordReader& log, const FixedText& log_name, BatchState* batch,
-                   const ReportStreams& out, std::string* bad_text) {
-  FixedText line;
-  FixedText run_text;
-  bool annealing = false;
-  if (log.ReadUntil({markers::kControlFile}, &line)) {
-    TakeControlFileName(line, &run_text);
-    if (!log.ReadUntil({markers::kNormalEnd}, &line)) {
-      WriteBadEnd(out, run_text);
-      ++batch->failures;
-      return ScanResult::kDone;
+RunScan ScanLog(LogText& log) {
+  RunScan scan;
+  const std::uint64_t end = log.size();
+  std::uint64_t cpu_from = 0;
+  if (const std::uint64_t at = log.Find(0, {markers::kControlFile}); at != end) {
+    const FixedText line = log.Record(at);
+    scan.control_file =
+        Trim(After(line, Index(line.view(), markers::kControlFile), markers::kControlFile.size()));
+    scan.control_file.append(markers::kPcrSuffix);
+    const std::uint64_t normal_end = log.Find(log.NextRecord(at), {markers::kNormalEnd});
+    if (normal_end == end) {
+      scan.outcome = RunOutcome::kBadEnd;
+      return scan;
     }
-    run_text.Assign(Concat({markers::kNormalEndFor, run_text.view()}));
-  } else if (CheckMonte(log, &run_text)) {
-    annealing = true;
+    cpu_from = log.NextRecord(normal_end);
   } else {
-    WriteMissingControlFile(out, log_name);
-    ++batch->failures;
-    return ScanResult::kDone;
+    const std::uint64_t line_at =
+        log.Find(log.RecordsAbove(end, kAnnealingTailRecords), {markers::kAnnealingControlFile});
+    if (line_at == end) return scan;  // kNoControlFile
+    scan.kind = RunKind::kAnnealing;
+    scan.control_file = AnnealingName(log.Record(line_at));
+    scan.control_file.append(markers::kPcrSuffix);
+    cpu_from = log.RecordsAbove(line_at, kCpuSearchAboveAnnealingLine);
   }
 
-  if (!log.ReadUntil({markers::kCpuTime}, &line)) {
-    WriteNoCpu(out, run_text);
-    return ScanResult::kDone;
+  const std::uint64_t cpu_record = log.Find(cpu_from, {markers::kCpuTime});
+  if (cpu_record == end) {
+    scan.outcome = RunOutcome::kNoCpu;
+    return scan;
   }
-  const int cpu = IndexLast(line.view(), markers::kCpuTime);
-  const int value_column = cpu + static_cast<int>(markers::kCpuTime.size());
-  const std::string_view value_text = line.Columns(value_column, kRecordLength);
-  switch (ReadReal(value_text, &batch->cpu_seconds)) {
-    case RealReadResult::kValue:
-    case RealReadResult::kNull:
-      break;
-    case RealReadResult::kNoValue:
-    case RealReadResult::kNotANumber:
-      *bad_text = TrimRight(value_text).substr(0);
-      bad_text->erase(0, bad_text->find_first_not_of(' '));
-      return ScanResult::kBadCpuValue;
+  if (!ReadCpu(log, cpu_record, &scan)) {
+    scan.outcome = RunOutcome::kBadCpuValue;
+    return scan;
   }
-  batch->cpu_total += batch->cpu_seconds;
-  run_text.Assign(
-      Concat({run_text.Columns(1, kNameColumns), markers::kCpuPiece, CpuText(line, value_column)}));
-
-  if (annealing) {
-    AppendAnnealingResult(log, &run_text);
+  scan.outcome = RunOutcome::kSummary;
+  if (scan.kind == RunKind::kAnnealing) {
+    FindBestSolution(log, cpu_record, &scan);
   } else {
-    AppendOrdinaryResult(log, &run_text);
+    FindOrdinaryResult(log, cpu_record, &scan);
   }
-  WriteRunSummary(out.results, run_text);
-  return ScanResult::kDone;
+  return scan;
 }
 
 }  // namespace tabrun

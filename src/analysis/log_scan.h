@@ -3,38 +3,55 @@
 #ifndef TABRUN_ANALYSIS_LOG_SCAN_H_
 #define TABRUN_ANALYSIS_LOG_SCAN_H_
 
-#include <cstdint>
+#include <optional>
 #include <string>
 
-#include "recio/fixed_text.h"
-#include "recio/record_reader.h"
-#include "report/summary_lines.h"
+#include "recio/log_text.h"
 
 namespace tabrun {
 
-// What the scans of one batch share, owned by the driver.
-struct BatchState {
-  float cpu_total = 0.0f;     // seconds, single precision, summed over the batch
-  float cpu_seconds = 0.0f;   // the last value read; a null value ("CPU Time: ,") keeps it
-  std::int32_t failures = 0;  // bad ends, missing control files and files not found
+enum class RunOutcome {
+  kSummary,        // the run ended normally and states its CPU time
+  kNoCpu,          // it ended normally, but no "CPU Time:" follows
+  kBadEnd,         // an ordinary run without "Normal end" after its control file line
+  kNoControlFile,  // neither the ordinary nor the annealing control file line was found
+  kBadCpuValue,    // the text after "CPU Time:" holds no number
 };
 
-enum class ScanResult {
-  kDone,
-  kBadCpuValue,  // the text after "CPU Time:" is not a number; nothing was written
+enum class RunKind { kOrdinary, kAnnealing };
+
+// Which record supplied the result text.
+enum class ResultLabel {
+  kNone,          // none was found
+  kChi2,          // a record with both "Chi2:" and "Rp:"
+  kRf2,           // a record with "RF2 -factor :"
+  kBestSolution,  // an annealing run's "=> Sol#: 1 RF2=" record
 };
 
-// Scans the log `log` (whose file name is `log_name`) from its first record and writes the
-// run's line: the run summary to log.res, or one of the no-CPU, bad-end and
-// missing-control-file lines to log.res and the console. Adds the run's CPU seconds to
-// batch->cpu_total when the log states them and counts a bad end or a missing control file
-// in batch->failures.
-//
-// Returns kBadCpuValue, with the offending text (the rest of the record after "CPU Time:",
-// without leading and trailing blanks) in *bad_text, when the CPU value cannot be read; the caller
-// ends the program then, and the batch state and the streams are as they were before this log.
-ScanResult ScanLog(RecordReader& log, const FixedText& log_name, BatchState* batch,
-                   const ReportStreams& out, std::string* bad_text);
+// What one log says about its run. The fields are plain text and numbers; the summary line,
+// and any other form of the row, is built from them elsewhere.
+struct RunScan {
+  RunOutcome outcome = RunOutcome::kNoControlFile;
+  RunKind kind = RunKind::kOrdinary;  // meaningless for kNoControlFile
+  // The control file name with ".pcr", whole, without leading or trailing blanks; for an
+  // annealing run without the "(Monte/Sim.Anneal.)" note. Empty for kNoControlFile.
+  std::string control_file;
+  // For kSummary and kBadCpuValue: the rest of the "CPU Time:" record after its last marker,
+  // up to column 256, and its first 12 columns, blank-padded.
+  std::string cpu_value_text;
+  std::string cpu_text;
+  // For kSummary: the CPU seconds read from cpu_value_text, or nothing for a null value
+  // ("CPU Time: ,"), which keeps the previous run's seconds.
+  std::optional<float> cpu_seconds;
+  // For kSummary: the result record (up to column 256, without trailing blanks), and the text
+  // that follows the label in the summary line.
+  ResultLabel result_label = ResultLabel::kNone;
+  std::string result_record;
+  std::string result_text;
+};
+
+// Scans `log` from its first record. Writes nothing and keeps no state between logs.
+RunScan ScanLog(LogText& log);
 
 }  // namespace tabrun
 

@@ -1,4 +1,4 @@
-// Every text the log scan looks for or puts into a run text, in one place.
+// Every text the log scan looks for, in one place.
 
 #ifndef TABRUN_ANALYSIS_MARKERS_H_
 #define TABRUN_ANALYSIS_MARKERS_H_
@@ -19,13 +19,8 @@ inline constexpr std::string_view kBestSolution = "=> Sol#: 1 RF2=";
 // Two blanks between "PCR" and "File" and between "File" and the colon.
 inline constexpr std::string_view kAnnealingControlFile = "=> PCR  File  :";
 
-// Pieces of the run text.
+// Appended to the control file name a log states.
 inline constexpr std::string_view kPcrSuffix = ".pcr";
-inline constexpr std::string_view kNormalEndFor = "Normal end for ";
-inline constexpr std::string_view kAnnealingSuffix = ".pcr (Monte/Sim.Anneal.)";
-inline constexpr std::string_view kCpuPiece = "> CPU:";
-inline constexpr std::string_view kChi2Piece = "> Chi2:";
-inline constexpr std::string_view kRf2Piece = "> R-F2:";
 
 }  // namespace tabrun::markers
 

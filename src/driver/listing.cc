@@ -2,10 +2,11 @@
 
 namespace tabrun {
 
-std::vector<std::string> ReadListing(RecordReader& listing) {
+std::vector<std::string> ReadListing(LogText& listing) {
   std::vector<std::string> entries;
-  FixedText line;
-  while (listing.Read(&line)) entries.emplace_back(line.Trimmed());
+  for (std::uint64_t at = 0; at < listing.size(); at = listing.NextRecord(at)) {
+    entries.emplace_back(listing.Record(at).Trimmed());
+  }
   return entries;
 }
 

@@ -5,14 +5,15 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "analysis/log_scan.h"
 #include "driver/listing.h"
 #include "recio/fatal.h"
-#include "recio/input_file.h"
+#include "recio/log_text.h"
+#include "recio/output_unit.h"
 #include "recio/shell.h"
 #include "report/summary_lines.h"
 
@@ -21,86 +22,159 @@ namespace {
 
 constexpr char kListingFile[] = "list_log";
 constexpr char kResultsFile[] = "log.res";
+constexpr char kConsoleFile[] = "standard output";
 constexpr char kListingUnit[] = "50";
 constexpr char kResultsUnit[] = "1";
 constexpr char kLogUnit[] = "2";
+constexpr char kConsoleUnit[] = "*";
 
-// Opens list_log as it was left by the listing command; a missing one is created empty.
-// Reads it whole and closes it again: the file stays in the directory.
-std::vector<std::string> LoadListing(InputFile& input) {
+// The console and log.res, and the one way out when an operation fails: both outputs are
+// written out as far as they can be before the fatal line.
+class Streams {
+ public:
+  Streams() : console_(STDOUT_FILENO) {}
+
+  void ToConsole(std::string_view text) {
+    std::string error;
+    if (!console_.Write(text, &error)) Fatal(kConsoleUnit, kConsoleFile, "cannot write", error);
+  }
+  void ToResults(std::string_view text) {
+    std::string error;
+    if (!results_->Write(text, &error)) Fatal(kResultsUnit, kResultsFile, "cannot write", error);
+  }
+  void FlushConsole() {
+    std::string error;
+    if (!console_.Flush(&error)) Fatal(kConsoleUnit, kConsoleFile, "cannot write", error);
+  }
+
+  // Creates or rewrites log.res.
+  void OpenResults() {
+    std::string error;
+    const int fd = OutputUnit::CreateFile(kResultsFile, &error);
+    if (fd < 0) Fatal(kResultsUnit, kResultsFile, "cannot open", error);
+    results_.emplace(fd);
+  }
+  void CloseResults() {
+    std::string error;
+    if (!results_->Flush(&error)) Fatal(kResultsUnit, kResultsFile, "cannot write", error);
+    if (!results_->Close(&error)) Fatal(kResultsUnit, kResultsFile, "cannot close", error);
+    results_.reset();
+  }
+
+  [[noreturn]] void Fatal(std::string_view unit, std::string_view file, std::string_view what,
+                          std::string_view reason) {
+    std::string ignored;
+    console_.Flush(&ignored);
+    if (results_) results_->Flush(&ignored);
+    FatalIoError(unit, file, what, reason);
+  }
+
+ private:
+  OutputUnit console_;
+  std::optional<OutputUnit> results_;
+};
+
+// What the scans of one batch add up to.
+struct BatchState {
+  float cpu_total = 0.0f;     // seconds, single precision, summed over the batch
+  float cpu_seconds = 0.0f;   // the last value read; a null value ("CPU Time: ,") keeps it
+  std::int32_t failures = 0;  // bad ends, missing control files and files not found
+};
+
+// Opens list_log as the listing command left it; a missing one is created empty. Reads it
+// whole and closes it again: the file stays in the directory.
+std::vector<std::string> LoadListing(LogText& text, Streams& out) {
   std::string error;
-  switch (input.Open(kListingFile, &error)) {
-    case InputFile::OpenResult::kOpened:
+  switch (text.Open(kListingFile, &error)) {
+    case LogText::OpenResult::kOpened:
       break;
-    case InputFile::OpenResult::kMissing: {
+    case LogText::OpenResult::kMissing: {
       const int fd = open(kListingFile, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-      if (fd < 0) FatalIoError(kListingUnit, kListingFile, "cannot open", std::strerror(errno));
+      if (fd < 0) out.Fatal(kListingUnit, kListingFile, "cannot open", std::strerror(errno));
       close(fd);
       return {};
     }
-    case InputFile::OpenResult::kFailed:
-      FatalIoError(kListingUnit, kListingFile, "cannot open", error);
+    case LogText::OpenResult::kFailed:
+      out.Fatal(kListingUnit, kListingFile, "cannot open", error);
   }
-  RecordReader reader(input);
-  std::vector<std::string> entries = ReadListing(reader);
-  if (!input.Close(&error)) FatalIoError(kListingUnit, kListingFile, "cannot close", error);
+  std::vector<std::string> entries = ReadListing(text);
+  if (!text.Close(&error)) out.Fatal(kListingUnit, kListingFile, "cannot close", error);
   return entries;
 }
 
-// Scans the log of one non-blank listing entry, or reports it as not found.
-void SummariseEntry(std::string_view entry, InputFile& input, BatchState* batch,
-                    const ReportStreams& out) {
+// The reason a CPU value cannot be read: the text after the marker, without blanks around it,
+// quoted, or "end of record" when there is none.
+std::string BadCpuReason(const RunScan& scan) {
+  const std::string_view text = TrimRight(scan.cpu_value_text);
+  const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
+  return start == text.size() ? "end of record" : "'" + std::string(text.substr(start)) + "'";
+}
+
+// Scans the log of one non-blank listing entry, or reports it as not found, and adds what it
+// says to the batch and to the outputs.
+void SummariseEntry(std::string_view entry, LogText& log, BatchState* batch, Streams& out) {
   const FixedText log_name(NameOfEntry(entry));
   const std::string path(log_name.Trimmed());
   std::string error;
-  switch (input.Open(path, &error)) {
-    case InputFile::OpenResult::kOpened:
+  switch (log.Open(path, &error)) {
+    case LogText::OpenResult::kOpened:
       break;
-    case InputFile::OpenResult::kMissing:
-      WriteNotFound(out.console, log_name);
+    case LogText::OpenResult::kMissing:
+      out.ToConsole(NotFoundLine(log_name));
       ++batch->failures;
       return;
-    case InputFile::OpenResult::kFailed:
-      FatalIoError(kLogUnit, path, "cannot open", error);
+    case LogText::OpenResult::kFailed:
+      out.Fatal(kLogUnit, path, "cannot open", error);
   }
-  RecordReader log(input);
-  std::string bad_text;
-  if (ScanLog(log, log_name, batch, out, &bad_text) == ScanResult::kBadCpuValue) {
-    FatalIoError(kLogUnit, path, "cannot read a real number",
-                 bad_text.empty() ? "end of record" : "'" + bad_text + "'");
+  const RunScan scan = ScanLog(log);
+  if (scan.outcome == RunOutcome::kBadCpuValue) {
+    out.Fatal(kLogUnit, path, "cannot read a real number", BadCpuReason(scan));
   }
-  if (!input.Close(&error)) FatalIoError(kLogUnit, path, "cannot close", error);
+  if (scan.outcome == RunOutcome::kSummary) {
+    if (scan.cpu_seconds) batch->cpu_seconds = *scan.cpu_seconds;
+    batch->cpu_total += batch->cpu_seconds;
+  }
+  if (scan.outcome == RunOutcome::kBadEnd || scan.outcome == RunOutcome::kNoControlFile) {
+    ++batch->failures;
+  }
+  const RunLines lines = LinesOfRun(scan, log_name);
+  out.ToResults(lines.results);
+  out.ToConsole(lines.console);
+  if (!log.Close(&error)) out.Fatal(kLogUnit, path, "cannot close", error);
 }
 
 }  // namespace
 
-int RunBatch(OutputUnit& console) {
-  WriteBanner(console);
+int RunBatch() {
+  Streams out;
+  out.ToConsole(Banner());
   // The banner must be out before anything the listing command prints.
-  console.Flush();
+  out.FlushConsole();
   RunShellCommand(kListingCommand);
 
-  InputFile input;
-  const std::vector<std::string> listing = LoadListing(input);
+  LogText text;
+  const std::vector<std::string> listing = LoadListing(text, out);
   const auto count = static_cast<std::int32_t>(listing.size());
-  WriteConsoleListingCount(console, count);
+  out.ToConsole(ConsoleListingCount(count));
 
-  std::unique_ptr<OutputUnit> results = OutputUnit::CreateFile(kResultsUnit, kResultsFile);
-  const ReportStreams out{console, *results};
-  WriteBanner(*results);
-  WriteResultsListingCount(*results, count);
+  out.OpenResults();
+  out.ToResults(Banner());
+  out.ToResults(ResultsListingCount(count));
 
   BatchState batch;
   for (const std::string& entry : listing) {
     if (entry.empty()) continue;  // a blank line is skipped, but it counts in the listing
-    SummariseEntry(entry, input, &batch, out);
+    SummariseEntry(entry, text, &batch, out);
   }
 
-  WriteCpuTotals(out, batch.cpu_total);
-  WriteFinalResults(console);
-  if (WarningDue(batch.failures, count)) WriteWarning(console);
-  results->Close();
-  console.Flush();
+  out.ToConsole(TotalSecondsLine(batch.cpu_total));
+  out.ToResults(TotalSecondsLine(batch.cpu_total));
+  const float minutes = batch.cpu_total / 60.0f;
+  out.ToConsole(TotalMinutesLine(minutes));
+  out.ToResults(TotalMinutesLine(minutes));
+  out.ToConsole(ClosingLines(batch.failures, count));
+  out.CloseResults();
+  out.FlushConsole();
   return 0;
 }
 

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <string>
 
-#include "recio/output_unit.h"
-
 namespace tabrun {
 
 void PrintError(std::string_view message) {
@@ -20,7 +18,6 @@ void PrintError(std::string_view message) {
 
 void FatalIoError(std::string_view unit, std::string_view file, std::string_view what,
                   std::string_view reason) {
-  OutputUnit::FlushAllForExit();
   std::string message = "unit ";
   message.append(unit).append(" (").append(file).append("): ").append(what);
   message.append(": ").append(reason);

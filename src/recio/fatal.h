@@ -1,4 +1,4 @@
-// The one way the program ends on an I/O failure.
+// The program's diagnostics on standard error.
 
 #ifndef TABRUN_RECIO_FATAL_H_
 #define TABRUN_RECIO_FATAL_H_
@@ -10,15 +10,15 @@ namespace tabrun {
 // Exit status after a fatal I/O error.
 inline constexpr int kFatalExitStatus = 1;
 
-// Flushes every open output unit, writes one line to standard error,
+// Writes "tabrun: <message>" and a line feed to standard error in one write.
+void PrintError(std::string_view message);
+
+// Writes one line to standard error,
 //   tabrun: unit <unit> (<file>): <what>: <reason>
-// and ends the process with kFatalExitStatus. Nothing else is ever written to standard error
-// by the program itself.
+// and ends the process at once with kFatalExitStatus. It flushes nothing: the caller writes
+// out its outputs first.
 [[noreturn]] void FatalIoError(std::string_view unit, std::string_view file, std::string_view what,
                                std::string_view reason);
-
-// Writes "tabrun: <message>" and a line feed to standard error.
-void PrintError(std::string_view message);
 
 }  // namespace tabrun
 

@@ -41,21 +41,36 @@ std::string RightJustify(std::string text, std::size_t width) {
   return text;
 }
 
-}  // namespace
-
-RealReadResult ReadReal(std::string_view text, float* value) {
+// The first value of `text` as a real constant with D exponents turned into E, ready for
+// strtof or strtod; kValue when there is one.
+RealReadResult FirstValue(std::string_view text, std::string* token) {
   const std::size_t start = text.find_first_not_of(' ');
   if (start == std::string_view::npos) return RealReadResult::kNoValue;
   if (text[start] == ',' || text[start] == '/') return RealReadResult::kNull;
   const std::size_t end = std::min(text.find_first_of(" ,/", start), text.size());
-  std::string token(text.substr(start, end - start));
-  if (!IsRealConstant(token)) return RealReadResult::kNotANumber;
-  for (char& c : token) {
+  token->assign(text.substr(start, end - start));
+  if (!IsRealConstant(*token)) return RealReadResult::kNotANumber;
+  for (char& c : *token) {
     if (c == 'D' || c == 'd') c = 'E';
   }
-  // strtof rounds once, straight to single precision, and gives an infinity on overflow.
-  *value = std::strtof(token.c_str(), nullptr);
   return RealReadResult::kValue;
+}
+
+}  // namespace
+
+RealReadResult ReadReal(std::string_view text, float* value) {
+  std::string token;
+  const RealReadResult result = FirstValue(text, &token);
+  // strtof rounds once, straight to single precision, and gives an infinity on overflow.
+  if (result == RealReadResult::kValue) *value = std::strtof(token.c_str(), nullptr);
+  return result;
+}
+
+RealReadResult ReadReal(std::string_view text, double* value) {
+  std::string token;
+  const RealReadResult result = FirstValue(text, &token);
+  if (result == RealReadResult::kValue) *value = std::strtod(token.c_str(), nullptr);
+  return result;
 }
 
 std::string FormatFixed14_3(float value) {

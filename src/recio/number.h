@@ -23,6 +23,8 @@ enum class RealReadResult {
 // digit. The value is rounded to the nearest single-precision number; a value too large for
 // single precision becomes an infinity of its sign. *value is written only for kValue.
 RealReadResult ReadReal(std::string_view text, float* value);
+// The same read in double precision.
+RealReadResult ReadReal(std::string_view text, double* value);
 
 // The value in 14 columns with 3 decimals: rounded to the nearest (exact halves of the binary
 // value round to even), right-justified, a zero before the point when the integer part is

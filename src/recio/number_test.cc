@@ -86,12 +86,5 @@ TEST(FormatFixedTest, FourteenColumnsThreeDecimals) {
   for (const Case& c : cases) EXPECT_EQ(FormatFixed14_3(c.value), c.expected) << c.value;
 }
 
-TEST(FormatListIntegerTest, TwelveColumns) {
-  EXPECT_EQ(FormatListInteger(0), "           0");
-  EXPECT_EQ(FormatListInteger(42), "          42");
-  EXPECT_EQ(FormatListInteger(-2147483647 - 1), " -2147483648");
-  EXPECT_EQ(FormatListInteger(2147483647), "  2147483647");
-}
-
 }  // namespace
 }  // namespace tabrun

@@ -1,6 +1,8 @@
 #include "report/summary_lines.h"
 
-#include "recio/formatted_write.h"
+#include <initializer_list>
+
+#include "recio/number.h"
 
 namespace tabrun {
 namespace {
@@ -27,69 +29,111 @@ constexpr std::string_view kWarning =
     "   WARNING: If your system is not Windows NT/2000/XP the log.res file is not correct";
 constexpr std::string_view kLookInto = "   LOOK INTO individual *.log files!";
 
+// Pieces of the run text.
+constexpr std::string_view kNormalEndFor = "Normal end for ";
+constexpr std::string_view kAnnealingNote = " (Monte/Sim.Anneal.)";
+constexpr std::string_view kCpuPiece = "> CPU:";
+constexpr std::string_view kChi2Piece = "> Chi2:";
+constexpr std::string_view kRf2Piece = "> R-F2:";
+
+// The name stage of the run text is cut or padded to this many columns before "> CPU:", so
+// that the CPU column lines up through the whole of log.res.
+constexpr int kNameColumns = 50;
+
+// The items side by side at their full lengths.
+std::string Join(std::initializer_list<std::string_view> items) {
+  std::string text;
+  for (std::string_view item : items) text.append(item);
+  return text;
+}
+
+// One record: the items side by side, and a line feed.
+std::string Record(std::initializer_list<std::string_view> items) { return Join(items) + '\n'; }
+
+// A record of a text, an integer and a text as a list-directed write gives it: the record's
+// leading blank, the first text, the integer in its 12 columns (its own leading blanks
+// separate it), a separator blank, the second text.
+std::string ListDirected(std::string_view before, std::int32_t value, std::string_view after) {
+  return Record({" ", before, FormatListInteger(value), " ", after});
+}
+
 // log.res gets the whole buffer, the console the buffer without trailing blanks.
-void WriteToBoth(const ReportStreams& out, std::string_view lead, const FixedText& text) {
-  WriteRecord(out.results, {lead, text.view()});
-  WriteRecord(out.console, {lead, text.Trimmed()});
+RunLines ToBoth(std::string_view lead, const FixedText& text) {
+  return {Record({lead, text.view()}), Record({lead, text.Trimmed()})};
+}
+
+// "Normal end for " and the run's name, as it stands before the CPU time is joined.
+FixedText NameStage(const RunScan& scan) {
+  std::string text(kNormalEndFor);
+  text.append(scan.control_file);
+  if (scan.kind == RunKind::kAnnealing) text.append(kAnnealingNote);
+  return FixedText(text);
 }
 
 }  // namespace
 
-void WriteBanner(OutputUnit& unit) {
-  WriteEmptyThenRecord(unit, kBanner1);
-  WriteRecord(unit, {kBanner2});
-  WriteRecordThenEmpty(unit, kBanner3);
+std::string Banner() {
+  return Record({}) + Record({kBanner1}) + Record({kBanner2}) + Record({kBanner3}) + Record({});
 }
 
-void WriteConsoleListingCount(OutputUnit& console, std::int32_t count) {
-  WriteListDirected(console, kConsoleCount, count, kLines);
+std::string ConsoleListingCount(std::int32_t count) {
+  return ListDirected(kConsoleCount, count, kLines);
 }
 
-void WriteResultsListingCount(OutputUnit& results, std::int32_t count) {
-  WriteListDirected(results, kResultsCount, count, kLines);
-  WriteRecord(results, {" "});
+std::string ResultsListingCount(std::int32_t count) {
+  return ListDirected(kResultsCount, count, kLines) + Record({" "});
 }
 
-void WriteNotFound(OutputUnit& console, const FixedText& log_name) {
-  WriteRecord(console, {kFile, log_name.Trimmed(), kNotFound});
+std::string NotFoundLine(const FixedText& log_name) {
+  return Record({kFile, log_name.Trimmed(), kNotFound});
 }
 
-void WriteMissingControlFile(const ReportStreams& out, const FixedText& log_name) {
-  WriteToBoth(out, kNoControlFile, log_name);
+FixedText RunText(const RunScan& scan) {
+  FixedText text(Join({NameStage(scan).Columns(1, kNameColumns), kCpuPiece, scan.cpu_text}));
+  const std::string_view piece = scan.result_label == ResultLabel::kChi2 ? kChi2Piece : kRf2Piece;
+  if (scan.result_label != ResultLabel::kNone) {
+    text = FixedText(Join({text.Trimmed(), piece, scan.result_text}));
+  }
+  return text;
 }
 
-void WriteBadEnd(const ReportStreams& out, const FixedText& run_text) {
-  WriteToBoth(out, kBadEnd, run_text);
+RunLines LinesOfRun(const RunScan& scan, const FixedText& log_name) {
+  switch (scan.outcome) {
+    case RunOutcome::kSummary:
+      return {Record({kSummary, RunText(scan).view()}), ""};
+    case RunOutcome::kNoCpu:
+      return ToBoth(kNoCpu, NameStage(scan));
+    case RunOutcome::kBadEnd:
+      // The bad-end line names the run by its control file, not by the log file.
+      return ToBoth(kBadEnd, FixedText(scan.control_file));
+    case RunOutcome::kNoControlFile:
+      return ToBoth(kNoControlFile, log_name);
+    case RunOutcome::kBadCpuValue:
+      break;
+  }
+  return {};
 }
 
-void WriteNoCpu(const ReportStreams& out, const FixedText& run_text) {
-  WriteToBoth(out, kNoCpu, run_text);
+std::string TotalSecondsLine(float seconds) {
+  return Record({kTotalSeconds, FormatFixed14_3(seconds), kSeconds});
 }
 
-void WriteRunSummary(OutputUnit& results, const FixedText& run_text) {
-  WriteRecord(results, {kSummary, run_text.view()});
+std::string TotalMinutesLine(float minutes) {
+  return Record({kTotalMinutes, FormatFixed14_3(minutes), kMinutes});
 }
 
-void WriteCpuTotals(const ReportStreams& out, float cpu_seconds_total) {
-  WriteRecordWithFixed(out.console, kTotalSeconds, cpu_seconds_total, kSeconds);
-  WriteRecordWithFixed(out.results, kTotalSeconds, cpu_seconds_total, kSeconds);
-  const float minutes = cpu_seconds_total / 60.0f;
-  WriteRecordWithFixed(out.console, kTotalMinutes, minutes, kMinutes);
-  WriteRecordWithFixed(out.results, kTotalMinutes, minutes, kMinutes);
+std::string ClosingLines(std::int32_t failures, std::int32_t listing_count) {
+  std::string lines = Record({kFinalResults});
+  if (WarningDue(failures, listing_count)) {
+    lines += Record({kSpacer}) + Record({kWarning}) + Record({kLookInto});
+  }
+  return lines;
 }
-
-void WriteFinalResults(OutputUnit& console) { WriteRecord(console, {kFinalResults}); }
 
 bool WarningDue(std::int32_t failures, std::int32_t listing_count) {
   // The subtraction is done in integers first, then both sides are converted.
   const float ratio = static_cast<float>(failures) * 100.0f / static_cast<float>(listing_count - 7);
   return ratio > 20.0f;
-}
-
-void WriteWarning(OutputUnit& console) {
-  WriteRecord(console, {kSpacer});
-  WriteRecord(console, {kWarning});
-  WriteRecord(console, {kLookInto});
 }
 
 }  // namespace tabrun

@@ -1,63 +1,62 @@
-// The exact layout of every line the program writes to the console and to log.res.
+// The exact layout of every line the default mode writes to the console and to log.res.
 //
-// Per-run lines pass their 256-column buffer untrimmed to log.res, so that each line kind
-// has a fixed length there, and trimmed to the console.
+// Each function returns whole records, every one ended by a line feed, and writes nothing.
+// Per-run lines carry their 256-column buffer untrimmed to log.res, so that each line kind has
+// a fixed length there, and trimmed to the console.
 
 #ifndef TABRUN_REPORT_SUMMARY_LINES_H_
 #define TABRUN_REPORT_SUMMARY_LINES_H_
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
+#include "analysis/log_scan.h"
 #include "recio/fixed_text.h"
-#include "recio/output_unit.h"
 
 namespace tabrun {
 
-// The two streams every per-run line may go to.
-struct ReportStreams {
-  OutputUnit& console;
-  OutputUnit& results;  // log.res
-};
-
 // Five records: an empty one, the three banner texts, an empty one.
-void WriteBanner(OutputUnit& unit);
+std::string Banner();
 
 // " File: List_log contains " with the count in 12 columns and "  lines" (console wording).
-void WriteConsoleListingCount(OutputUnit& console, std::int32_t count);
+std::string ConsoleListingCount(std::int32_t count);
 
 // "  => The file: List_log contains " with the count (log.res wording), then a record
 // holding one blank.
-void WriteResultsListingCount(OutputUnit& results, std::int32_t count);
+std::string ResultsListingCount(std::int32_t count);
 
-// Console only: " => File <name> not found!".
-void WriteNotFound(OutputUnit& console, const FixedText& log_name);
+// Console only: " => File <name> not found!", the name without trailing blanks.
+std::string NotFoundLine(const FixedText& log_name);
 
-// " => PCR file not found in: " and the log file's name.
-void WriteMissingControlFile(const ReportStreams& out, const FixedText& log_name);
+// What one scanned run adds to each stream; either may be empty.
+struct RunLines {
+  std::string results;  // log.res
+  std::string console;
+};
 
-// " => Bad end for file: " and the run text (the control file name).
-void WriteBadEnd(const ReportStreams& out, const FixedText& run_text);
+// The line of a run: the run summary (log.res only) or a no-CPU, bad-end or
+// missing-control-file line (both streams). A run whose CPU value is not a number has none.
+RunLines LinesOfRun(const RunScan& scan, const FixedText& log_name);
 
-// " => No CPU calculation for: " and the run text.
-void WriteNoCpu(const ReportStreams& out, const FixedText& run_text);
+// The run text of a summarised run, as the run summary line carries it after " => ": the name
+// cut or padded to 50 columns, "> CPU:" and the 12-column CPU text, then after its last
+// non-blank "> Chi2:" or "> R-F2:" and the result text, all cut at 256 columns.
+FixedText RunText(const RunScan& scan);
 
-// log.res only: " => " and the run text, always 260 characters.
-void WriteRunSummary(OutputUnit& results, const FixedText& run_text);
+// " => Total CPU Time:" with the seconds in 14 columns and " seconds".
+std::string TotalSecondsLine(float seconds);
+// " =>" and 16 blanks with the minutes in 14 columns and " minutes".
+std::string TotalMinutesLine(float minutes);
 
-// The seconds line to the console then log.res, the total turned into minutes in single
-// precision, then the minutes line to both.
-void WriteCpuTotals(const ReportStreams& out, float cpu_seconds_total);
-
-// Console: "   FINAL RESULTS IN FILE: log.res".
-void WriteFinalResults(OutputUnit& console);
+// Console: "   FINAL RESULTS IN FILE: log.res", then the spacer, the warning and the look-into
+// lines when WarningDue.
+std::string ClosingLines(std::int32_t failures, std::int32_t listing_count);
 
 // True when more than 20 % of the listing, less the 7 lines the rule was made for, failed:
 // (failures * 100) / (listing_count - 7) > 20, in single precision, where a division by zero
 // gives an infinity (which warns) or, for 0 / 0, no number (which does not).
 bool WarningDue(std::int32_t failures, std::int32_t listing_count);
-
-// Console: the spacer, the warning and the look-into lines.
-void WriteWarning(OutputUnit& console);
 
 }  // namespace tabrun
 

@@ -10,110 +10,114 @@ namespace {
 std::string Blanks(std::size_t n) { return std::string(n, ' '); }
 
 TEST(SummaryLinesTest, BannerAndCounts) {
-  OutputUnit console("*", "memory");
-  OutputUnit results("1", "memory");
-  WriteBanner(console);
-  WriteConsoleListingCount(console, 3);
-  WriteResultsListingCount(results, 3);
-  EXPECT_EQ(console.contents(),
+  EXPECT_EQ(Banner() + ConsoleListingCount(3),
             "\n"
             "                =========Program Tab_Run=========\n"
             "     Program to extract information from Kolvaran LOG files\n"
             "                ========= Vestrum 2000  =========\n"
             "\n"
             " File: List_log contains            3  lines\n");
-  EXPECT_EQ(results.contents(),
-            "  => The file: List_log contains            3  lines\n"
-            " \n");
+  EXPECT_EQ(ResultsListingCount(-2147483647 - 1),
+            "  => The file: List_log contains  -2147483648  lines\n \n");
 }
 
-TEST(SummaryLinesTest, PerRunLinesAreUntrimmedInLogResOnly) {
-  OutputUnit console("*", "memory");
-  OutputUnit results("1", "memory");
-  const ReportStreams out{console, results};
-  const FixedText name("broken.log");
-  const FixedText text("broken.pcr");
-  WriteNotFound(console, name);
-  WriteMissingControlFile(out, name);
-  WriteBadEnd(out, text);
-  WriteNoCpu(out, text);
-  WriteRunSummary(results, text);
-  EXPECT_EQ(console.contents(),
-            " => File broken.log not found!\n"
-            " => PCR file not found in: broken.log\n"
-            " => Bad end for file: broken.pcr\n"
-            " => No CPU calculation for: broken.pcr\n");
-  EXPECT_EQ(results.contents(), " => PCR file not found in: broken.log" + Blanks(246) + "\n" +
-                                    " => Bad end for file: broken.pcr" + Blanks(246) + "\n" +
-                                    " => No CPU calculation for: broken.pcr" + Blanks(246) + "\n" +
-                                    " => broken.pcr" + Blanks(246) + "\n");
-  // Fixed lengths per line kind: 283, 278, 284 and 260 characters.
-  std::size_t start = 0;
-  for (std::size_t expected : {283u, 278u, 284u, 260u}) {
-    const std::size_t end = results.contents().find('\n', start);
-    EXPECT_EQ(end - start, expected);
-    start = end + 1;
-  }
-}
-
-TEST(SummaryLinesTest, CpuTotalsInSecondsThenMinutes) {
+// log.res gets the whole 256-column buffer, so each line kind has its own fixed length; the
+// console gets it trimmed, and nothing for a run summary.
+TEST(SummaryLinesTest, PerRunLines) {
+  const FixedText log_name("broken.log");
+  RunScan scan;
+  scan.control_file = "broken.pcr";
   struct Case {
-    float seconds;
-    const char* console;
+    RunOutcome outcome;
+    RunKind kind;
+    std::string lead;
+    std::string text;
   } cases[] = {
-      {313.595f,
-       " => Total CPU Time:       313.595 seconds\n"
-       " =>                         5.227 minutes\n"},
-      {90.0f,
-       " => Total CPU Time:        90.000 seconds\n"
-       " =>                         1.500 minutes\n"},
-      {0.0f,
-       " => Total CPU Time:         0.000 seconds\n"
-       " =>                         0.000 minutes\n"},
-      // Too wide in seconds, exactly 14 columns in single-precision minutes.
-      {1.0e11f,
-       " => Total CPU Time:************** seconds\n"
-       " =>                1666666624.000 minutes\n"},
-      {1.0e12f,
-       " => Total CPU Time:************** seconds\n"
-       " =>                ************** minutes\n"},
+      {RunOutcome::kNoControlFile, RunKind::kOrdinary, " => PCR file not found in: ", "broken.log"},
+      {RunOutcome::kBadEnd, RunKind::kOrdinary, " => Bad end for file: ", "broken.pcr"},
+      {RunOutcome::kNoCpu, RunKind::kOrdinary,
+       " => No CPU calculation for: ", "Normal end for broken.pcr"},
+      {RunOutcome::kNoCpu, RunKind::kAnnealing,
+       " => No CPU calculation for: ", "Normal end for broken.pcr (Monte/Sim.Anneal.)"},
   };
   for (const Case& c : cases) {
-    OutputUnit console("*", "memory");
-    OutputUnit results("1", "memory");
-    WriteCpuTotals({console, results}, c.seconds);
-    EXPECT_EQ(console.contents(), c.console) << c.seconds;
-    EXPECT_EQ(results.contents(), c.console) << c.seconds;
+    scan.outcome = c.outcome;
+    scan.kind = c.kind;
+    const RunLines lines = LinesOfRun(scan, log_name);
+    EXPECT_EQ(lines.results, c.lead + c.text + Blanks(256 - c.text.size()) + "\n");
+    EXPECT_EQ(lines.console, c.lead + c.text + "\n");
+  }
+  EXPECT_EQ(NotFoundLine(log_name), " => File broken.log not found!\n");
+}
+
+TEST(SummaryLinesTest, RunText) {
+  struct Case {
+    RunKind kind;
+    std::string control_file;
+    std::string cpu_text;
+    ResultLabel label;
+    std::string result;
+    std::string expected;
+  } cases[] = {
+      {RunKind::kOrdinary, "cu2o.pcr", "    12.345 s", ResultLabel::kChi2, "  1.53  Rp:  8.21",
+       "Normal end for cu2o.pcr" + Blanks(27) + "> CPU:    12.345 s> Chi2:  1.53  Rp:  8.21"},
+      {RunKind::kAnnealing, "annealing_test7.pcr", "  301.250   ", ResultLabel::kBestSolution,
+       " 7.5321",
+       "Normal end for annealing_test7.pcr (Monte/Sim.Anne> CPU:  301.250> R-F2: 7.5321"},
+      {RunKind::kOrdinary, "x.pcr", " 3.5        ", ResultLabel::kRf2, std::string(300, 'r'),
+       ("Normal end for x.pcr" + Blanks(30) + "> CPU: 3.5> R-F2:" + std::string(300, 'r'))
+           .substr(0, 256)},
+      {RunKind::kOrdinary, "x.pcr", " 3.5        ", ResultLabel::kNone, "",
+       "Normal end for x.pcr" + Blanks(30) + "> CPU: 3.5"},
+  };
+  for (const Case& c : cases) {
+    RunScan scan;
+    scan.outcome = RunOutcome::kSummary;
+    scan.kind = c.kind;
+    scan.control_file = c.control_file;
+    scan.cpu_text = c.cpu_text;
+    scan.result_label = c.label;
+    scan.result_text = c.result;
+    EXPECT_EQ(RunText(scan).Trimmed(), c.expected);
+    EXPECT_EQ(LinesOfRun(scan, FixedText()).results,
+              " => " + std::string(FixedText(c.expected).view()) + "\n");
   }
 }
 
-TEST(SummaryLinesTest, ClosingLines) {
-  OutputUnit console("*", "memory");
-  WriteFinalResults(console);
-  WriteWarning(console);
-  EXPECT_EQ(console.contents(),
-            "   FINAL RESULTS IN FILE: log.res\n"
-            "   \n"
-            "   WARNING: If your system is not Windows NT/2000/XP the log.res file is not correct\n"
-            "   LOOK INTO individual *.log files!\n");
+TEST(SummaryLinesTest, Totals) {
+  struct Case {
+    float value;
+    const char* seconds;
+  } cases[] = {
+      {313.595f, " => Total CPU Time:       313.595 seconds\n"},
+      {0.5f, " => Total CPU Time:         0.500 seconds\n"},
+      {999999999.0f, " => Total CPU Time:1000000000.000 seconds\n"},  // exactly 14 columns
+      {1.0e10f, " => Total CPU Time:************** seconds\n"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(TotalSecondsLine(c.value), c.seconds);
+  EXPECT_EQ(TotalMinutesLine(5.2265835f), " =>                         5.227 minutes\n");
 }
 
-TEST(WarningDueTest, Thresholds) {
+TEST(SummaryLinesTest, ClosingLinesAndTheWarning) {
+  const std::string final_line = "   FINAL RESULTS IN FILE: log.res\n";
+  EXPECT_EQ(
+      ClosingLines(1, 10),
+      final_line +
+          "   \n"
+          "   WARNING: If your system is not Windows NT/2000/XP the log.res file is not correct\n"
+          "   LOOK INTO individual *.log files!\n");
   struct Case {
     int failures, count;
     bool warns;
   } cases[] = {
-      {1, 10, true},                      // 33.3 %
-      {0, 10, false},    {1, 12, false},  // exactly 20 %: strictly greater is needed
-      {2, 16, true},     {1, 7, true},    // 1 / 0: infinity
-      {0, 7, false},                      // 0 / 0: no number, compares false
-      {3, 3, false},                      // negative divisor
-      {6, 6, false},     {0, 0, false},
-      {1, 8, true},      {200, 1007, false},  // 5 * 200 = 1000: not above
-      {201, 1007, true},
+      {0, 10, false}, {1, 12, false},  // exactly 20 %: strictly greater is needed
+      {1, 11, true},  {1, 7, true},    // 1 / 0: infinity
+      {0, 7, false},                   // 0 / 0: no number, compares false
+      {6, 6, false},  {201, 1007, true}, {200, 1007, false},
   };
   for (const Case& c : cases) {
-    EXPECT_EQ(WarningDue(c.failures, c.count), c.warns) << c.failures << " of " << c.count;
+    EXPECT_EQ(ClosingLines(c.failures, c.count) != final_line, c.warns)
+        << c.failures << " of " << c.count;
   }
 }
 

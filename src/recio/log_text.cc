@@ -1,0 +1,180 @@
+#include "recio/log_text.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace tabrun {
+namespace {
+
+// Reads up to `length` bytes at `offset`; returns how many arrived before the end of the file
+// or an error.
+std::size_t ReadAt(int fd, char* out, std::size_t length, std::uint64_t offset) {
+  std::size_t have = 0;
+  while (have < length) {
+    const ssize_t got = pread(fd, out + have, length - have, static_cast<off_t>(offset + have));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    have += static_cast<std::size_t>(got);
+  }
+  return have;
+}
+
+}  // namespace
+
+LogText::LogText(std::size_t window) : window_(std::max(window, kMinWindow)) {}
+
+LogText::OpenResult LogText::Open(const std::string& path, std::string* error) {
+  Close();
+  // O_NONBLOCK keeps a fifo that was listed by accident from blocking the open.
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) {
+    const int open_errno = errno;
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0) return OpenResult::kMissing;
+    *error = std::strerror(open_errno);
+    return OpenResult::kFailed;
+  }
+  struct stat st;
+  const char* reason = nullptr;
+  if (fstat(fd, &st) != 0) {
+    reason = std::strerror(errno);
+  } else if (!S_ISREG(st.st_mode)) {
+    reason = S_ISDIR(st.st_mode) ? std::strerror(EISDIR) : "not a regular file";
+  }
+  if (reason != nullptr) {
+    *error = reason;
+    close(fd);
+    return OpenResult::kFailed;
+  }
+  fd_ = fd;
+  size_ = static_cast<std::uint64_t>(st.st_size);
+  return OpenResult::kOpened;
+}
+
+bool LogText::Close(std::string* error) {
+  bool ok = true;
+  if (fd_ >= 0) {
+    if (close(fd_) != 0 && errno != EINTR) {
+      ok = false;
+      if (error != nullptr) *error = std::strerror(errno);
+    }
+    fd_ = -1;
+  }
+  size_ = 0;
+  buffer_offset_ = 0;
+  buffer_length_ = 0;
+  return ok;
+}
+
+void LogText::Fill(std::uint64_t offset) {
+  buffer_.resize(window_);
+  const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(window_, size_ - offset));
+  buffer_offset_ = offset;
+  buffer_length_ = ReadAt(fd_, buffer_.data(), want, offset);
+  if (buffer_length_ < want) size_ = offset + buffer_length_;
+}
+
+std::string_view LogText::Bytes(std::uint64_t offset, std::size_t min_length) {
+  if (offset >= size_) return {};
+  const std::uint64_t need = std::min<std::uint64_t>(min_length, size_ - offset);
+  if (offset < buffer_offset_ || offset + need > buffer_offset_ + buffer_length_) Fill(offset);
+  if (offset >= buffer_offset_ + buffer_length_) return {};
+  const auto start = static_cast<std::size_t>(offset - buffer_offset_);
+  return {buffer_.data() + start, buffer_length_ - start};
+}
+
+std::uint64_t LogText::LineFeedAtOrAfter(std::uint64_t from) {
+  for (std::uint64_t at = from;;) {
+    const std::string_view bytes = Bytes(at, 1);
+    if (bytes.empty()) return size_;
+    const void* lf = std::memchr(bytes.data(), '\n', bytes.size());
+    if (lf != nullptr) return at + (static_cast<const char*>(lf) - bytes.data());
+    at += bytes.size();
+  }
+}
+
+std::uint64_t LogText::LastLineFeed(std::uint64_t low, std::uint64_t high) {
+  const std::uint64_t step = window_ / 2;
+  high = std::min(high, size_);
+  while (high > low) {
+    const std::uint64_t at = std::max(low, high > step ? high - step : 0);
+    const std::string_view bytes = Bytes(at, high - at).substr(0, high - at);
+    const void* lf = memrchr(bytes.data(), '\n', bytes.size());
+    if (lf != nullptr) return at + (static_cast<const char*>(lf) - bytes.data());
+    high = at;
+  }
+  return kNone;
+}
+
+std::uint64_t LogText::NextRecord(std::uint64_t at) {
+  const std::uint64_t lf = LineFeedAtOrAfter(at);
+  return lf < size_ ? lf + 1 : size_;
+}
+
+std::uint64_t LogText::RecordsAbove(std::uint64_t at, int n) {
+  at = std::min(at, size_);
+  for (int i = 0; i < n && at > 0; ++i) {
+    // The record above `at` ends at the line feed just before it, or, for a last record
+    // without a line feed, at the end of the text.
+    const std::string_view before = Bytes(at - 1, 1);
+    const std::uint64_t end = !before.empty() && before.front() == '\n' ? at - 1 : at;
+    const std::uint64_t lf = LastLineFeed(0, end);
+    at = lf == kNone ? 0 : lf + 1;
+  }
+  return at;
+}
+
+FixedText LogText::Record(std::uint64_t at) {
+  // Up to one column more than a record holds, and its line feed: enough to see whether a
+  // carriage return belongs to the line end.
+  std::string_view bytes = Bytes(at, kRecordLength + 2);
+  bytes = bytes.substr(0, kRecordLength + 2);
+  const std::size_t lf = bytes.find('\n');
+  if (lf != std::string_view::npos) {
+    bytes = bytes.substr(0, lf);
+    if (!bytes.empty() && bytes.back() == '\r') bytes.remove_suffix(1);
+  }
+  return FixedText(bytes.substr(0, kRecordLength));
+}
+
+std::uint64_t LogText::FirstHit(std::string_view marker, std::uint64_t from, std::uint64_t limit) {
+  // A hit counts only when the whole marker lies within the first kRecordLength columns of
+  // its record: at most `slack` bytes after the record's start. `from` is the start of a
+  // record at or before every hit looked at.
+  const std::uint64_t slack = kRecordLength - marker.size();
+  std::uint64_t at = from;
+  while (at < limit) {
+    std::string_view bytes = Bytes(at, marker.size());
+    if (bytes.size() < marker.size()) return kNone;
+    // Hits from `limit` on are not wanted: the caller has one before them.
+    if (limit - at < bytes.size()) bytes = bytes.substr(0, limit - at + marker.size() - 1);
+    const std::size_t found = bytes.find(marker);
+    if (found == std::string_view::npos) {
+      // The next search starts where a hit cut off by this one's end would begin.
+      at += bytes.size() - (marker.size() - 1);
+      continue;
+    }
+    const std::uint64_t hit = at + found;
+    if (hit - from <= slack || LastLineFeed(hit - slack - 1, hit) != kNone) return hit;
+    // No later hit in this record can stand further left: go on from the next record.
+    from = at = NextRecord(hit);
+  }
+  return kNone;
+}
+
+std::uint64_t LogText::Find(std::uint64_t from, std::initializer_list<std::string_view> markers) {
+  // Each marker is searched only up to the best hit so far, so looking for several markers
+  // costs each of them no more than the distance to the nearest hit.
+  std::uint64_t best = kNone;
+  for (std::string_view marker : markers) best = std::min(best, FirstHit(marker, from, best));
+  if (best == kNone) return size_;
+  const std::uint64_t lf = LastLineFeed(from, best);
+  return lf == kNone ? from : lf + 1;
+}
+
+}  // namespace tabrun

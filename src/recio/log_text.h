@@ -1,0 +1,97 @@
+// One input file seen as a text of records addressed by byte offset.
+
+#ifndef TABRUN_RECIO_LOG_TEXT_H_
+#define TABRUN_RECIO_LOG_TEXT_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "recio/fixed_text.h"
+
+namespace tabrun {
+
+// The records of one open file, read through one window of bytes that is refilled with pread,
+// so that memory does not grow with the size of the file.
+//
+// A record is the text up to a line feed, which is not part of it; a carriage return right
+// before that line feed belongs to the line end as well, any other carriage return is an
+// ordinary character. A last line without a line feed is still a record. A record is named by
+// the offset of its first byte; size() names the end of the text, after the last record.
+//
+// Every offset passed in must be a record start or size(). Reuse one LogText for a whole
+// batch: its window is kept from one file to the next.
+class LogText {
+ public:
+  enum class OpenResult {
+    kOpened,
+    kMissing,  // no file of that name exists (a dangling link or a loop counts as missing)
+    kFailed,   // it exists but cannot be read; *error holds the reason
+  };
+
+  static constexpr std::size_t kDefaultWindow = 256 << 10;
+  // The smallest window: two whole records of kRecordLength columns and their line ends.
+  static constexpr std::size_t kMinWindow = 2 * (kRecordLength + 2);
+
+  // REQUIRES: window >= kMinWindow.
+  explicit LogText(std::size_t window = kDefaultWindow);
+  ~LogText() { Close(); }
+  LogText(const LogText&) = delete;
+  LogText& operator=(const LogText&) = delete;
+
+  // Opens `path` for reading, closing whatever was open before. A directory, or anything else
+  // that is not a regular file, fails with a reason.
+  OpenResult Open(const std::string& path, std::string* error);
+
+  // Closes the file; harmless when nothing is open. Returns false with the operating
+  // system's reason in *error when the close fails.
+  bool Close(std::string* error = nullptr);
+
+  // The length of the text in bytes. A file that turns out shorter than it said, or a read
+  // error, ends the text where the bytes stopped: size() then shrinks to that point.
+  std::uint64_t size() const { return size_; }
+
+  // The start of the first record at or after `from` whose first kRecordLength columns hold
+  // the whole of one of `markers`; size() when there is none. REQUIRES: each marker is 1 to
+  // kRecordLength bytes long and holds no line feed.
+  std::uint64_t Find(std::uint64_t from, std::initializer_list<std::string_view> markers);
+
+  // The start of the record `n` records above `at`, or 0 when there are fewer than n records
+  // above it. From size(), the first record above is the last record of the text.
+  std::uint64_t RecordsAbove(std::uint64_t at, int n);
+
+  // The start of the record after the one at `at`, or size() after the last one.
+  // REQUIRES: at < size().
+  std::uint64_t NextRecord(std::uint64_t at);
+
+  // The record at `at`: its first kRecordLength columns, blank-padded.
+  // REQUIRES: at < size().
+  FixedText Record(std::uint64_t at);
+
+ private:
+  // The bytes from `offset` on, as far as the window holds them: at least
+  // min(min_length, size() - offset) of them, empty at or past the end. Valid until the next
+  // call. REQUIRES: min_length <= window.
+  std::string_view Bytes(std::uint64_t offset, std::size_t min_length);
+  void Fill(std::uint64_t offset);
+  std::uint64_t LineFeedAtOrAfter(std::uint64_t from);
+  // The offset of the last line feed in [low, high), or kNone.
+  std::uint64_t LastLineFeed(std::uint64_t low, std::uint64_t high);
+  std::uint64_t FirstHit(std::string_view marker, std::uint64_t from, std::uint64_t limit);
+
+  static constexpr std::uint64_t kNone = ~std::uint64_t{0};
+
+  const std::size_t window_;
+  int fd_ = -1;
+  std::uint64_t size_ = 0;
+  std::vector<char> buffer_;
+  std::uint64_t buffer_offset_ = 0;  // file offset of buffer_[0]
+  std::size_t buffer_length_ = 0;    // valid bytes in buffer_
+};
+
+}  // namespace tabrun
+
+#endif  // TABRUN_RECIO_LOG_TEXT_H_

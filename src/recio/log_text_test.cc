@@ -1,0 +1,158 @@
+#include "recio/log_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "recio/memory_log.h"
+
+namespace tabrun {
+namespace {
+
+constexpr std::size_t kWindows[] = {LogText::kMinWindow, LogText::kDefaultWindow};
+
+// Every record of the text, trimmed, in order.
+std::vector<std::string> Records(LogText& text) {
+  std::vector<std::string> records;
+  for (std::uint64_t at = 0; at < text.size(); at = text.NextRecord(at)) {
+    records.emplace_back(text.Record(at).Trimmed());
+  }
+  return records;
+}
+
+// The 0-based number of the record that starts at `at`; -1 for the end of the text.
+int RecordNumber(LogText& text, std::uint64_t at) {
+  int n = 0;
+  for (std::uint64_t r = 0; r < text.size(); r = text.NextRecord(r), ++n) {
+    if (r == at) return n;
+  }
+  return at == text.size() ? -1 : -2;
+}
+
+std::uint64_t StartOf(LogText& text, int number) {
+  std::uint64_t at = 0;
+  for (int i = 0; i < number; ++i) at = text.NextRecord(at);
+  return at;
+}
+
+TEST(LogTextTest, RecordsAreCutAt256ColumnsAndEndAtLineFeeds) {
+  const std::string x256(256, 'x');
+  struct Case {
+    std::string text;
+    std::vector<std::string> records;
+  } cases[] = {
+      {"", {}},
+      {"\n\n", {"", ""}},
+      {"a\nb", {"a", "b"}},
+      {"a\r\nb\r", {"a", "b\r"}},  // only a carriage return before a line feed ends a line
+      {"x\ry\n", {"x\ry"}},
+      {std::string(300, 'x') + "\nnext\n", {x256, "next"}},
+      {x256 + "\r\n" + x256 + "y\r\nz", {x256, x256, "z"}},
+      {std::string(5000, 'x') + "\r\nz\n", {x256, "z"}},
+  };
+  for (const Case& c : cases) {
+    for (std::size_t window : kWindows) {
+      MemoryLog log(c.text, window);
+      EXPECT_EQ(Records(log.text), c.records) << c.text.substr(0, 20) << " window " << window;
+    }
+  }
+}
+
+TEST(LogTextTest, RecordsAbove) {
+  std::string ten;
+  for (int i = 1; i <= 10; ++i)
+    ten += "r" + std::to_string(i) + (i == 5 ? std::string(3000, '-') : "") + "\n";
+  struct Case {
+    std::string text;
+    int from;  // record number, -1 for the end of the text
+    int n;
+    int expected;
+  } cases[] = {
+      {ten, -1, 7, 3},                     // from the end, seven records above is the fourth record
+      {ten, 9, 1, 8},     {ten, 6, 2, 4},  // over a record longer than the small window
+      {ten, 9, 35, 0},    {ten, 0, 1, 0}, {"a\nb", -1, 1, 1},  // a last record without a line feed
+      {"a\nb", -1, 2, 0},
+  };
+  for (const Case& c : cases) {
+    for (std::size_t window : kWindows) {
+      MemoryLog log(c.text, window);
+      const std::uint64_t from = c.from < 0 ? log.text.size() : StartOf(log.text, c.from);
+      EXPECT_EQ(RecordNumber(log.text, log.text.RecordsAbove(from, c.n)), c.expected)
+          << c.from << " - " << c.n << " window " << window;
+    }
+  }
+}
+
+TEST(LogTextTest, FindCountsOnlyWholeMarkersWithin256Columns) {
+  const std::string kLong = "Control file *.pcr:";
+  const std::string kShort = "Chi2:";
+  struct Case {
+    std::string text;
+    int from;
+    std::vector<std::string_view> markers;
+    int expected;  // record number, -1 when none
+  } cases[] = {
+      {std::string(237, '.') + kLong + "\n", 0, {kLong}, 0},  // ends at column 256
+      {std::string(238, '.') + kLong + "\n", 0, {kLong}, -1},
+      // A hit that does not count, then one in the same record that does not either, then one
+      // in the next record that does.
+      {std::string(240, '.') + kLong + kLong + "\n" + kLong + "\n", 0, {kLong}, 1},
+      // The long marker is too far right, a shorter one further right still fits.
+      {std::string(240, '.') + kLong + "\n" + std::string(240, '.') + "Chi2:\n",
+       0,
+       {kLong, kShort},
+       1},
+      {std::string(235, '.') + kLong.substr(0, 3) + " Chi2:" + kLong + "\n", 0, {kLong, kShort}, 0},
+      {"Chi2:\na\n" + kLong + "\n", 0, {kLong, kShort}, 0},  // the nearest, whatever the order
+      {"Chi2:\na\n" + kLong + "\n", 1, {kLong, kShort}, 2},
+      {"Chi2:\na\nChi2:\n", 1, {kLong, kShort}, 2},
+      {"Chi2\r\n:\n", 0, {kShort}, -1},
+  };
+  for (const Case& c : cases) {
+    for (std::size_t window : kWindows) {
+      MemoryLog log(c.text, window);
+      const std::uint64_t at =
+          log.text.Find(StartOf(log.text, c.from), {c.markers[0], c.markers.back()});
+      EXPECT_EQ(RecordNumber(log.text, at), c.expected)
+          << c.text.substr(0, 40) << " window " << window;
+    }
+  }
+}
+
+// Hits cut in two by the end of a window, and records that begin in one window and end in the
+// next, are found as in a text read whole.
+TEST(LogTextTest, FindAcrossWindowEnds) {
+  for (std::size_t shift = 0; shift < 40; ++shift) {
+    std::string text(shift, '.');
+    for (int i = 0; i < 12; ++i) text += "filler " + std::string(60 + i, 'f') + "\n";
+    text += std::string(200, ' ') + "CPU Time: 1\n" + std::string(500, 'y') + "\nCPU Time: 2\n";
+    MemoryLog log(text, LogText::kMinWindow);
+    const std::uint64_t first = log.text.Find(0, {"CPU Time:"});
+    EXPECT_EQ(RecordNumber(log.text, first), 12) << shift;
+    EXPECT_EQ(RecordNumber(log.text, log.text.Find(log.text.NextRecord(first), {"CPU Time:"})), 14)
+        << shift;
+  }
+}
+
+TEST(LogTextTest, OpenTellsMissingFromUnreadable) {
+  LogText text;
+  std::string error;
+  EXPECT_EQ(text.Open("/nonexistent/run.log", &error), LogText::OpenResult::kMissing);
+  EXPECT_EQ(text.Open("/tmp", &error), LogText::OpenResult::kFailed);
+  EXPECT_EQ(error, "Is a directory");
+}
+
+// A file cut short between its opening and its reading ends where its bytes stop; what the
+// window held of the file read before does not show through.
+TEST(LogTextTest, FileCutShortAfterOpening) {
+  MemoryLog log("a\nb\nc\n" + std::string(3000, 'q'));
+  EXPECT_EQ(Records(log.text).size(), 4u);
+  log.Reopen();
+  log.Truncate(4);
+  EXPECT_EQ(Records(log.text), (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(log.text.size(), 4u);
+}
+
+}  // namespace
+}  // namespace tabrun

@@ -1,0 +1,80 @@
+#!/usr/bin/env bash
+# End-to-end cases: tabrun runs in a scratch copy of tests/cases/<case>/work and what it leaves
+# is compared byte for byte with tests/cases/<case>/expect/. A case folder holds:
+#   work/    the start directory (absent: empty)    args     tabrun's arguments, one per line
+#   listing  what a stand-in `ls` prints instead    env      extra VAR=value lines for tabrun
+#   chmod    "MODE PATH" lines applied before the run; as root, tabrun then runs as nobody
+#   expect/  stdout, stderr, status, `files` (LC_ALL=C ls -A of the work dir) and any file
+#            of the work dir by its name
+# Usage: bash tests/run_cases.sh [--update] TABRUN_BINARY [CASE_DIR...]
+# --update records the actual stdout, stderr, status and every file already in expect/.
+set -euo pipefail
+
+update=false
+if [[ ${1:-} == --update ]]; then update=true; shift; fi
+if (($# < 1)); then echo "usage: bash $0 [--update] TABRUN_BINARY [CASE_DIR...]" >&2; exit 2; fi
+binary=$(realpath "$1")
+shift
+cases=("$@")
+((${#cases[@]})) || cases=("$(dirname "$0")"/cases/*/)
+
+scratch=""
+cleanup() {
+  if [[ -n $scratch ]]; then chmod -R u+rwX "$scratch" && rm -rf "$scratch"; fi
+  scratch=""
+}
+trap cleanup EXIT
+
+# Runs case $1 in a fresh $scratch: $scratch/work, and stdout, stderr and status beside it.
+run_case() {
+  local dir=$1 path=/usr/local/bin:/usr/bin:/bin bin=$binary status=0 mode file
+  local run=(timeout 120) args=() envs=()
+  scratch=$(mktemp -d "${TMPDIR:-/tmp}/tabrun-case.XXXXXX")
+  mkdir "$scratch/bin"
+  if [[ -d $dir/work ]]; then cp -a "$dir/work" "$scratch/work"; else mkdir "$scratch/work"; fi
+  if [[ -f $dir/listing ]]; then
+    cp "$dir/listing" "$scratch/bin/listing"
+    printf '#!/bin/sh\nexec cat %q\n' "$scratch/bin/listing" > "$scratch/bin/ls"
+    chmod 755 "$scratch/bin/ls"
+    path=$scratch/bin:$path
+  fi
+  if [[ -f $dir/args ]]; then mapfile -t args < "$dir/args"; fi
+  if [[ -f $dir/env ]]; then mapfile -t envs < "$dir/env"; fi
+  if [[ -f $dir/chmod ]]; then
+    while read -r mode file; do chmod "$mode" "$scratch/work/$file"; done < "$dir/chmod"
+    if ((EUID == 0)); then  # permissions stop only others: run as nobody, from a reachable copy
+      chmod 755 "$scratch" && cp "$binary" "$scratch/bin/tabrun" && chmod 755 "$scratch/bin/tabrun"
+      bin=$scratch/bin/tabrun
+      run+=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+    fi
+  fi
+  (cd "$scratch/work" \
+    && "${run[@]}" env -i "PATH=$path" LC_ALL=C "${envs[@]}" "$bin" "${args[@]}") \
+    < /dev/null > "$scratch/stdout" 2> "$scratch/stderr" || status=$?
+  echo "$status" > "$scratch/status"
+  (cd "$scratch/work" && LC_ALL=C ls -A) > "$scratch/files"
+}
+
+passed=0 failed=0
+for dir in "${cases[@]}"; do
+  dir=${dir%/} name=$(basename "$dir") ok=true
+  run_case "$dir"
+  if $update; then mkdir -p "$dir/expect"; fi
+  others=$(ls -A "$dir/expect" 2>/dev/null | grep -vxE 'stdout|stderr|status' || true)
+  for file in stdout stderr status $others; do
+    expected=$dir/expect/$file actual=$scratch/work/$file
+    case $file in stdout | stderr | status | files) actual=$scratch/$file ;; esac
+    if $update && [[ -f $actual ]]; then
+      cp "$actual" "$expected"
+    elif ! cmp -s "$expected" "$actual"; then
+      echo "  $name: $file differs (< expected, > actual, cat -A):"
+      diff <(cat -A "$expected" 2>&1) <(cat -A "$actual" 2>&1) | head -20 | cut -c1-200 || true
+      ok=false
+    fi
+  done
+  cleanup
+  if $ok; then echo "ok   $name" && passed=$((passed + 1))
+  else echo "FAIL $name" && failed=$((failed + 1)); fi
+done
+echo "$passed passed, $failed failed"
+((failed == 0))

@@ -100,6 +100,11 @@ bool ReadCpu(LogText& log, std::uint64_t at, RunScan* scan) {
 
 }  // namespace
 
+std::string BadCpuReason(const RunScan& scan) {
+  const std::string_view text = Trim(scan.cpu_value_text);
+  return text.empty() ? "end of record" : "'" + std::string(text) + "'";
+}
+
 RunScan ScanLog(LogText& log) {
   RunScan scan;
   const std::uint64_t end = log.size();

@@ -53,6 +53,11 @@ struct RunScan {
 // Scans `log` from its first record. Writes nothing and keeps no state between logs.
 RunScan ScanLog(LogText& log);
 
+// What a CPU value that is not a number is reported as, with the reason: the text after the
+// marker without blanks around it, quoted, or "end of record" when there is none.
+inline constexpr char kBadCpuWhat[] = "cannot read a real number";
+std::string BadCpuReason(const RunScan& scan);
+
 }  // namespace tabrun
 
 #endif  // TABRUN_ANALYSIS_LOG_SCAN_H_

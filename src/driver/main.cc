@@ -8,8 +8,10 @@
 #include <string>
 
 #include "driver/command_line.h"
+#include "driver/direct_run.h"
 #include "driver/run.h"
 #include "recio/fatal.h"
+#include "report/script_rows.h"
 
 namespace {
 
@@ -20,22 +22,34 @@ int Print(const std::string& text) {
   return 0;
 }
 
+int UsageError(const std::string& error) {
+  tabrun::PrintError(error + "\n" + tabrun::kTryHelp);
+  return tabrun::kUsageExitStatus;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  switch (tabrun::ParseCommandLine(argc, argv)) {
+  const tabrun::CommandLine line = tabrun::ParseCommandLine(argc, argv);
+  switch (line.command) {
     case tabrun::Command::kRun:
-      // A closed pipe on standard output becomes a write error with a message, not a
-      // silent death that would leave log.res unflushed.
+      // A closed pipe on standard output becomes a write error with a message, not a silent
+      // death that would leave log.res unflushed.
       signal(SIGPIPE, SIG_IGN);
       return tabrun::RunBatch();
+    case tabrun::Command::kCsv:
+      return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths);
+    case tabrun::Command::kJson:
+      if (!tabrun::HaveJson()) {
+        return UsageError("--json is not in this build: install nlohmann-json3-dev and rebuild");
+      }
+      return tabrun::RunDirect(tabrun::RowFormat::kJson, line.paths);
     case tabrun::Command::kHelp:
       return Print(tabrun::HelpText());
     case tabrun::Command::kVersion:
       return Print(tabrun::VersionText());
     case tabrun::Command::kUsageError:
-      tabrun::PrintError(tabrun::UsageErrorText());
-      return tabrun::kUsageExitStatus;
+      return UsageError(line.error);
   }
   return 0;
 }

@@ -102,14 +102,6 @@ std::vector<std::string> LoadListing(LogText& text, Streams& out) {
   return entries;
 }
 
-// The reason a CPU value cannot be read: the text after the marker, without blanks around it,
-// quoted, or "end of record" when there is none.
-std::string BadCpuReason(const RunScan& scan) {
-  const std::string_view text = TrimRight(scan.cpu_value_text);
-  const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
-  return start == text.size() ? "end of record" : "'" + std::string(text.substr(start)) + "'";
-}
-
 // Scans the log of one non-blank listing entry, or reports it as not found, and adds what it
 // says to the batch and to the outputs.
 void SummariseEntry(std::string_view entry, LogText& log, BatchState* batch, Streams& out) {
@@ -128,7 +120,7 @@ void SummariseEntry(std::string_view entry, LogText& log, BatchState* batch, Str
   }
   const RunScan scan = ScanLog(log);
   if (scan.outcome == RunOutcome::kBadCpuValue) {
-    out.Fatal(kLogUnit, path, "cannot read a real number", BadCpuReason(scan));
+    out.Fatal(kLogUnit, path, kBadCpuWhat, BadCpuReason(scan));
   }
   if (scan.outcome == RunOutcome::kSummary) {
     if (scan.cpu_seconds) batch->cpu_seconds = *scan.cpu_seconds;
@@ -150,7 +142,10 @@ int RunBatch() {
   out.ToConsole(Banner());
   // The banner must be out before anything the listing command prints.
   out.FlushConsole();
-  RunShellCommand(kListingCommand);
+  if (CommandDidNotRun(RunShellCommand(kListingCommand))) {
+    // The run goes on with whatever list_log holds; the shell has said why on its own.
+    PrintError("the listing command could not run ls; 'tabrun --csv .' reads any number of logs");
+  }
 
   LogText text;
   const std::vector<std::string> listing = LoadListing(text, out);

@@ -35,9 +35,9 @@ LogText::OpenResult LogText::Open(const std::string& path, std::string* error) {
   if (fd < 0) {
     const int open_errno = errno;
     struct stat st;
-    if (stat(path.c_str(), &st) != 0) return OpenResult::kMissing;
-    *error = std::strerror(open_errno);
-    return OpenResult::kFailed;
+    const bool missing = stat(path.c_str(), &st) != 0;
+    *error = std::strerror(missing ? errno : open_errno);
+    return missing ? OpenResult::kMissing : OpenResult::kFailed;
   }
   struct stat st;
   const char* reason = nullptr;

@@ -29,7 +29,7 @@ class LogText {
   enum class OpenResult {
     kOpened,
     kMissing,  // no file of that name exists (a dangling link or a loop counts as missing)
-    kFailed,   // it exists but cannot be read; *error holds the reason
+    kFailed,   // it exists but cannot be read
   };
 
   static constexpr std::size_t kDefaultWindow = 256 << 10;
@@ -42,8 +42,8 @@ class LogText {
   LogText(const LogText&) = delete;
   LogText& operator=(const LogText&) = delete;
 
-  // Opens `path` for reading, closing whatever was open before. A directory, or anything else
-  // that is not a regular file, fails with a reason.
+  // Opens `path` for reading, closing whatever was open before, and puts the reason in *error
+  // when it cannot. A directory, or anything else that is not a regular file, fails.
   OpenResult Open(const std::string& path, std::string* error);
 
   // Closes the file; harmless when nothing is open. Returns false with the operating

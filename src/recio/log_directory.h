@@ -1,0 +1,19 @@
+// The log files of a directory, read from the directory itself.
+
+#ifndef TABRUN_RECIO_LOG_DIRECTORY_H_
+#define TABRUN_RECIO_LOG_DIRECTORY_H_
+
+#include <string>
+#include <vector>
+
+namespace tabrun {
+
+// Puts the names of the entries of the directory `path` that end in ".log" into *names,
+// sorted byte by byte, whatever else they hold (blanks, line feeds, a leading '-', bytes that
+// are not UTF-8). Sub-directories are listed like any entry and never descended. Returns false
+// with the operating system's reason in *error when the directory cannot be read.
+bool ListLogNames(const std::string& path, std::vector<std::string>* names, std::string* error);
+
+}  // namespace tabrun
+
+#endif  // TABRUN_RECIO_LOG_DIRECTORY_H_

@@ -1,0 +1,160 @@
+#include "report/script_rows.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <initializer_list>
+#include <string_view>
+
+#include "recio/number.h"
+
+#ifdef TABRUN_HAVE_JSON
+#include <nlohmann/json.hpp>
+#endif
+
+namespace tabrun {
+namespace {
+
+constexpr const char* kStatus[] = {"ok", "no_cpu", "bad_end", "no_control_file", "bad_cpu_value"};
+constexpr const char* kKeys[] = {"log",  "kind", "status", "control_file", "cpu_seconds",
+                                 "chi2", "rp",   "rwp",    "rexp",         "rf2",
+                                 "rf2w", "rf",   "result", "error"};
+
+// The number `text` starts with (after blanks), when it is one and fits a double.
+std::optional<double> NumberIn(std::string_view text) {
+  double value = 0;
+  if (ReadReal(text, &value) != RealReadResult::kValue || !std::isfinite(value)) return {};
+  return value;
+}
+
+// The number after the first (or with `last`, the last) `label` in `record`.
+std::optional<double> After(std::string_view record, std::string_view label, bool last = false) {
+  const std::size_t at = last ? record.rfind(label) : record.find(label);
+  if (at == std::string_view::npos) return {};
+  return NumberIn(record.substr(at + label.size()));
+}
+
+// One cell of a row as text: a string as it is, a number as the shortest decimal that reads
+// back to the same double, an empty number as nothing.
+struct Cell {
+  std::string text;
+  bool number = false;
+};
+
+Cell Text(const std::string& text) { return {text, false}; }
+
+Cell Number(const std::optional<double>& value) {
+  if (!value) return {"", true};
+  char digits[32];
+  const auto result = std::to_chars(digits, digits + sizeof digits, *value);
+  return {std::string(digits, result.ptr), true};
+}
+
+std::array<Cell, std::size(kKeys)> CellsOf(const ScriptRow& row) {
+  return {Text(row.log),           Text(row.kind),   Text(row.status), Text(row.control_file),
+          Number(row.cpu_seconds), Number(row.chi2), Number(row.rp),   Number(row.rwp),
+          Number(row.rexp),        Number(row.rf2),  Number(row.rf2w), Number(row.rf),
+          Text(row.result),        Text(row.error)};
+}
+
+std::string CsvField(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+  std::string quoted = "\"";
+  for (char c : text) {
+    if (c == '"') quoted.push_back('"');
+    quoted.push_back(c);
+  }
+  return quoted + '"';
+}
+
+}  // namespace
+
+ScriptRow RowOfScan(std::string log, const RunScan& scan) {
+  ScriptRow row;
+  row.log = std::move(log);
+  row.status = kStatus[static_cast<int>(scan.outcome)];
+  if (scan.outcome != RunOutcome::kNoControlFile) {
+    row.kind = scan.kind == RunKind::kAnnealing ? "annealing" : "ordinary";
+    row.control_file = scan.control_file;
+  }
+  if (scan.outcome == RunOutcome::kBadCpuValue) {
+    row.error = std::string(kBadCpuWhat) + ": " + BadCpuReason(scan);
+  }
+  if (scan.outcome != RunOutcome::kSummary) return row;
+  row.cpu_seconds = NumberIn(scan.cpu_value_text);
+  row.result = scan.result_text;
+  const std::string_view record = scan.result_record;
+  switch (scan.result_label) {
+    case ResultLabel::kChi2:
+      row.chi2 = After(record, "Chi2:", true);
+      row.rp = After(record, "Rp:");
+      row.rwp = After(record, "Rwp:");
+      row.rexp = After(record, "Rexp:");
+      break;
+    case ResultLabel::kRf2:
+      row.rf2 = After(record, "RF2 -factor :");
+      row.rf2w = After(record, "RF2w-factor :");
+      row.rf = After(record, "RF-factor :");
+      break;
+    case ResultLabel::kBestSolution:
+      row.rf2 = NumberIn(scan.result_text);
+      break;
+    case ResultLabel::kNone:
+      break;
+  }
+  return row;
+}
+
+ScriptRow UnreadableRow(std::string log, std::string error) {
+  ScriptRow row;
+  row.log = std::move(log);
+  row.status = "unreadable";
+  row.error = std::move(error);
+  return row;
+}
+
+std::string CsvHeader() {
+  std::string header;
+  for (const char* key : kKeys) header.append(header.empty() ? "" : ",").append(key);
+  return header + '\n';
+}
+
+std::string CsvRow(const ScriptRow& row) {
+  std::string line;
+  for (const Cell& cell : CellsOf(row))
+    line.append(line.empty() ? "" : ",").append(CsvField(cell.text));
+  return line + '\n';
+}
+
+bool HaveJson() {
+#ifdef TABRUN_HAVE_JSON
+  return true;
+#else
+  return false;
+#endif
+}
+
+std::string JsonRow(const ScriptRow& row) {
+#ifdef TABRUN_HAVE_JSON
+  // The library escapes every string; the numbers keep the text of the CSV row.
+  const auto cells = CellsOf(row);
+  std::string line = "{";
+  for (std::size_t i = 0; i < cells.size(); ++i) {
+    line.append(i == 0 ? "\"" : ",\"").append(kKeys[i]).append("\":");
+    if (cells[i].text.empty()) {
+      line.append("null");
+    } else if (cells[i].number) {
+      line.append(cells[i].text);
+    } else {
+      line.append(nlohmann::json(cells[i].text)
+                      .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    }
+  }
+  return line + "}\n";
+#else
+  (void)row;
+  return "";
+#endif
+}
+
+}  // namespace tabrun

@@ -1,0 +1,51 @@
+// The rows of the direct mode for scripts: one per log, as CSV or as JSON Lines.
+
+#ifndef TABRUN_REPORT_SCRIPT_ROWS_H_
+#define TABRUN_REPORT_SCRIPT_ROWS_H_
+
+#include <optional>
+#include <string>
+
+#include "analysis/log_scan.h"
+
+namespace tabrun {
+
+// What one row says, column by column; an empty number is an absent field.
+struct ScriptRow {
+  std::string log;
+  std::string kind;          // "ordinary", "annealing", or empty
+  std::string status;        // "ok", "no_cpu", "bad_end", "no_control_file",
+                             // "bad_cpu_value" or "unreadable"
+  std::string control_file;  // whole, with ".pcr"
+  std::optional<double> cpu_seconds;
+  std::optional<double> chi2, rp, rwp, rexp;  // from a Chi2 result record
+  std::optional<double> rf2, rf2w, rf;        // from an R-F2 or best-solution record
+  std::string result;                         // the result text as log.res carries it, not cut
+  std::string error;                          // why the log or its CPU value could not be read
+};
+
+// The row of a log that was scanned. The CPU value is read in double precision with the
+// same rules as the summary's; a number field is empty when its label is absent or is not
+// followed by a number, and when the number is too large for a double.
+ScriptRow RowOfScan(std::string log, const RunScan& scan);
+
+// The row of a log that could not be read, with the reason, e.g. "cannot open: Is a directory".
+ScriptRow UnreadableRow(std::string log, std::string error);
+
+// The CSV header and rows: fields in the order of ScriptRow, quoted only when they hold a
+// comma, a double quote, a carriage return or a line feed; names written as their bytes; every
+// row ended by a line feed.
+std::string CsvHeader();
+std::string CsvRow(const ScriptRow& row);
+
+// One JSON object and a line feed, with the keys of the CSV header in the same order. Numbers
+// are JSON numbers, empty fields null; bytes that are not UTF-8 become U+FFFD. Returns an
+// empty string when this build has no JSON support.
+std::string JsonRow(const ScriptRow& row);
+
+// True when this build can write JSON rows.
+bool HaveJson();
+
+}  // namespace tabrun
+
+#endif  // TABRUN_REPORT_SCRIPT_ROWS_H_

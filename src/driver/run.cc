@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -142,6 +143,8 @@ int RunBatch() {
   out.ToConsole(Banner());
   // The banner must be out before anything the listing command prints.
   out.FlushConsole();
+  // The listing must not depend on how the user has ls quote names.
+  unsetenv("QUOTING_STYLE");
   if (CommandDidNotRun(RunShellCommand(kListingCommand))) {
     // The run goes on with whatever list_log holds; the shell has said why on its own.
     PrintError("the listing command could not run ls; 'tabrun --csv .' reads any number of logs");

@@ -30,6 +30,11 @@ LogText::LogText(std::size_t window) : window_(std::max(window, kMinWindow)) {}
 
 LogText::OpenResult LogText::Open(const std::string& path, std::string* error) {
   Close();
+  // A name holding a NUL byte cannot name a file.
+  if (path.find('\0') != std::string::npos) {
+    *error = std::strerror(ENOENT);
+    return OpenResult::kMissing;
+  }
   // O_NONBLOCK keeps a fifo that was listed by accident from blocking the open.
   const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) {

@@ -28,7 +28,8 @@ class LogText {
  public:
   enum class OpenResult {
     kOpened,
-    kMissing,  // no file of that name exists (a dangling link or a loop counts as missing)
+    kMissing,  // no file of that name exists: a dangling link, a loop and a name holding a
+               // NUL byte count as missing
     kFailed,   // it exists but cannot be read
   };
 

@@ -76,11 +76,13 @@ RealReadResult ReadReal(std::string_view text, double* value) {
 std::string FormatFixed14_3(float value) {
   constexpr std::size_t kWidth = 14;
   if (std::isnan(value)) return RightJustify("NaN", kWidth);
-  if (std::isinf(value)) return RightJustify(value < 0 ? "-Infinity" : "Infinity", kWidth);
   char digits[64];
   // The float widens to double exactly, and printf rounds its exact binary value.
   const int length = std::snprintf(digits, sizeof digits, "%.3f", static_cast<double>(value));
-  if (length < 0 || static_cast<std::size_t>(length) > kWidth) return std::string(kWidth, '*');
+  // An infinity is too large for any width.
+  if (std::isinf(value) || length < 0 || static_cast<std::size_t>(length) > kWidth) {
+    return std::string(kWidth, '*');
+  }
   return RightJustify(digits, kWidth);
 }
 

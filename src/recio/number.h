@@ -28,9 +28,8 @@ RealReadResult ReadReal(std::string_view text, double* value);
 
 // The value in 14 columns with 3 decimals: rounded to the nearest (exact halves of the binary
 // value round to even), right-justified, a zero before the point when the integer part is
-// zero, a minus sign for negative values. 14 asterisks when it needs more than 14 columns.
-// An infinity prints as "Infinity" (with a minus sign when negative) and a NaN as "NaN",
-// right-justified.
+// zero, a minus sign for negative values. 14 asterisks when it needs more than 14 columns,
+// as an infinity does; a NaN prints as "NaN", right-justified.
 std::string FormatFixed14_3(float value);
 
 // The integer right-justified in the 12 columns of list-directed output.

@@ -6,7 +6,8 @@
 #
 # The package carries what `cmake --install` installs (bin/tabrun and
 # share/man/man1/tabrun.1) under /usr, with the manual page gzipped as Debian
-# policy asks; `cmake --install` itself keeps the plain manual page.
+# policy asks, and the copyright file and changelogs under /usr/share/doc/tabrun;
+# `cmake --install` itself keeps the plain manual page.
 
 set(CPACK_PACKAGE_NAME "tabrun")
 set(CPACK_PACKAGE_VENDOR "tabrun maintainers")
@@ -85,6 +86,31 @@ endif()
 string(REGEX REPLACE "\n\n$" "\n" _entries "${_entries}")
 file(WRITE "${_tabrun_debian_changelog}" "${_entries}")
 
+# /usr/share/doc/tabrun/copyright in Debian's machine-readable format, made from LICENSE
+# (the MIT licence, which Debian calls Expat): every line indented, empty ones as " .".
+set(_tabrun_copyright "${PROJECT_BINARY_DIR}/debian-copyright")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/LICENSE")
+file(STRINGS "${PROJECT_SOURCE_DIR}/LICENSE" _license_lines)
+list(FILTER _license_lines EXCLUDE REGEX "^(MIT License|Copyright .*)$")
+set(_license_text "")
+foreach(_line IN LISTS _license_lines)
+  if(_line STREQUAL "")
+    string(APPEND _license_text " .\n")
+  else()
+    string(APPEND _license_text " ${_line}\n")
+  endif()
+endforeach()
+string(REGEX REPLACE "^ \\.\n" "" _license_text "${_license_text}")
+file(WRITE "${_tabrun_copyright}"
+  "Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\n"
+  "Upstream-Name: tabrun\n"
+  "Upstream-Contact: ${CPACK_PACKAGE_CONTACT}\n"
+  "\n"
+  "Files: *\n"
+  "Copyright: 2026 The tabrun maintainers\n"
+  "License: Expat\n"
+  "${_license_text}")
+
 # Run by CPack after it has installed into the package's staging tree and before
 # it builds the package: gzip the manual pages as Debian policy asks and add the
 # documentation above. Only the package is affected: `cmake --install` still
@@ -115,6 +141,9 @@ foreach(page IN LISTS pages)
 endforeach()
 
 set(docdir "${CPACK_TEMPORARY_DIRECTORY}@_tabrun_docdir@")
+file(MAKE_DIRECTORY "${docdir}")
+file(COPY_FILE "@_tabrun_copyright@" "${docdir}/copyright")
+file(CHMOD "${docdir}/copyright" FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 file(SIZE "@_tabrun_debian_changelog@" changelog_size)
 if(changelog_size GREATER 0)
   file(MAKE_DIRECTORY "${docdir}")

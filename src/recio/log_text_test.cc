@@ -135,14 +135,6 @@ TEST(LogTextTest, FindAcrossWindowEnds) {
   }
 }
 
-TEST(LogTextTest, OpenTellsMissingFromUnreadable) {
-  LogText text;
-  std::string error;
-  EXPECT_EQ(text.Open("/nonexistent/run.log", &error), LogText::OpenResult::kMissing);
-  EXPECT_EQ(text.Open("/tmp", &error), LogText::OpenResult::kFailed);
-  EXPECT_EQ(error, "Is a directory");
-}
-
 // A file cut short between its opening and its reading ends where its bytes stop; what the
 // window held of the file read before does not show through.
 TEST(LogTextTest, FileCutShortAfterOpening) {

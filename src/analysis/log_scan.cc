@@ -19,12 +19,6 @@ constexpr int kCpuTextColumns = 12;
 constexpr int kBestSolutionFirst = 18;
 constexpr int kBestSolutionLast = 25;
 
-// `text` without leading and trailing blanks.
-std::string_view Trim(std::string_view text) {
-  text = TrimRight(text);
-  return text.substr(std::min(text.find_first_not_of(' '), text.size()));
-}
-
 // The text of `line` from `skip` columns after column `at` to its last non-blank.
 std::string_view After(const FixedText& line, int at, std::size_t skip) {
   return TrimRight(line.Columns(at + static_cast<int>(skip), kRecordLength));

@@ -27,11 +27,9 @@ std::string_view TrimRight(std::string_view text) {
   return end == std::string_view::npos ? std::string_view() : text.substr(0, end + 1);
 }
 
-std::string AdjustLeft(std::string_view text) {
-  const size_t start = std::min(text.find_first_not_of(' '), text.size());
-  std::string result(text.substr(start));
-  result.append(start, ' ');
-  return result;
+std::string_view Trim(std::string_view text) {
+  text = TrimRight(text);
+  return text.substr(std::min(text.find_first_not_of(' '), text.size()));
 }
 
 int Index(std::string_view text, std::string_view pattern) {

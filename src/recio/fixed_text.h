@@ -39,8 +39,6 @@ class FixedText {
   // REQUIRES: first >= 1.
   std::string_view Columns(int first, int last) const;
 
-  bool IsBlank() const { return Trimmed().empty(); }
-
  private:
   std::array<char, kRecordLength> data_;
 };
@@ -48,9 +46,8 @@ class FixedText {
 // `text` without its trailing blanks.
 std::string_view TrimRight(std::string_view text);
 
-// `text` with its leading blanks moved to the end; the length stays the same and an
-// all-blank text stays all blank.
-std::string AdjustLeft(std::string_view text);
+// `text` without its leading and trailing blanks.
+std::string_view Trim(std::string_view text);
 
 // The 1-based position of the first occurrence of `pattern` in `text`; 0 when it is absent,
 // when `text` is empty or when `pattern` is longer than `text`; 1 for an empty pattern.

@@ -1,78 +1,83 @@
-// Differential fuzzer for the log scan and the record reader beneath it, on logs of any size
-// up to libFuzzer's -max_len.
-//
-// One input is one log. It is scanned from memory with the block search and with the
-// record-by-record search, and from a file (as the program reads it) with the block search;
-// the three scans must agree to the bit: result, offending CPU text, batch state and every
-// byte written to either stream. A scan must also leave lines of the fixed log.res lengths,
-// and a log without carriage returns must scan the same once its line feeds become CR LF.
-//
-// The same bytes then drive these readers, and a plain model of the reader, through reads,
-// steps back and marker searches decoded from the input's first bytes; after every step all
-// must return the same and stand at the same place.
+// Fuzzer for the log reader and the scan: one log, read through a window a few bytes over the
+// smallest, each call checked against a plain split into records, the scan against a wide window.
 
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+#include <iostream>
+#include <sstream>
 
-#include "fuzz_support.h"
-#include "recio/input_file.h"
-#include "recio/record_reader.h"
+#include "analysis/log_scan.h"
+#include "analysis/markers.h"
+#include "recio/memory_log.h"
 
-namespace tabrun::fuzz {
-namespace {
+namespace tabrun {
 
-MemoryFile& TheFile() {
-  static MemoryFile file;
-  return file;
+constexpr std::string_view kMarkers[] = {markers::kControlFile,  markers::kNormalEnd,
+                                         markers::kCpuTime,      markers::kChi2,
+                                         markers::kRp,           markers::kRf2,
+                                         markers::kBestSolution, markers::kAnnealingControlFile};
+
+template <typename T>
+void Expect(const char* call, std::uint64_t from, const T& got, const T& want) {
+  if (got == want) return;
+  std::cerr << call << " from " << from << ": got \"" << got << "\", want \"" << want << "\"\n";
+  std::abort();
 }
 
-void OpenFile(InputFile& input) {
-  std::string error;
-  FUZZ_CHECK(input.Open(TheFile().path(), &error) == InputFile::OpenResult::kOpened);
+// Every field, one a line: no record holds a line feed.
+static std::string Describe(const RunScan& s) {
+  std::ostringstream out;
+  out << static_cast<int>(s.outcome) << static_cast<int>(s.kind) << static_cast<int>(s.result_label)
+      << s.cpu_seconds.has_value() << std::bit_cast<std::uint32_t>(s.cpu_seconds.value_or(0));
+  for (auto t : {s.control_file, s.cpu_value_text, s.cpu_text, s.result_record, s.result_text})
+    out << '\n' << t;
+  return out.str();
 }
 
-void FuzzLog(std::string_view data) {
-  TheFile().Set(data);
-
-  RecordReader block(data, SearchMode::kBlock);
-  const ScanOutcome outcome = Scan(block);
-  CheckOutcome(outcome);
-  RecordReader reference(data, SearchMode::kRecordByRecord);
-  CheckSameOutcome(Scan(reference), outcome);
-  InputFile input;
-  OpenFile(input);
-  RecordReader from_file(input, SearchMode::kBlock);
-  CheckSameOutcome(Scan(from_file), outcome);
-
-  // A carriage return right before a line feed belongs to the line end, so it must change
-  // nothing, wherever the markers stand.
-  if (data.find('\r') == std::string_view::npos && data.find('\n') != std::string_view::npos) {
-    std::string crlf;
-    crlf.reserve(data.size() * 2);
-    for (char c : data) {
-      if (c == '\n') crlf.push_back('\r');
-      crlf.push_back(c);
-    }
-    RecordReader crlf_block(crlf, SearchMode::kBlock);
-    CheckSameOutcome(Scan(crlf_block), outcome);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  const std::string_view data(reinterpret_cast<const char*>(bytes), size);
+  // The log split the plain way: record i starts at start[i] and shows padded[i] in its first
+  // kRecordLength columns; start[n] is the end of the text.
+  std::vector<std::uint64_t> start;
+  std::vector<std::string> padded;
+  for (std::size_t at = 0, lf; at < size; at = lf + 1) {
+    lf = std::min(data.find('\n', at), size);
+    std::string_view record = data.substr(at, lf - at);
+    if (lf < size && record.ends_with('\r')) record.remove_suffix(1);
+    start.push_back(at);
+    padded.emplace_back(record.substr(0, kRecordLength)).resize(kRecordLength, ' ');
   }
+  const std::size_t n = padded.size();
+  start.push_back(size);
 
-  OpenFile(input);
-  std::vector<RecordReader> readers = {
-      RecordReader(data, SearchMode::kBlock),
-      RecordReader(data, SearchMode::kRecordByRecord),
-      RecordReader(input, SearchMode::kBlock),
-  };
-  CheckReadersAgree(data, data, readers);
-}
-
-}  // namespace
-}  // namespace tabrun::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  tabrun::fuzz::FuzzLog(std::string_view(reinterpret_cast<const char*>(data), size));
+  // The window, and for four walks from hit to hit as the scan goes three markers (repeats
+  // allowed), a number of records to step back and one more start, come from the first bytes.
+  const auto param = [&](std::size_t i) -> std::size_t { return i < size ? bytes[i] : 0; };
+  MemoryLog log(data, LogText::kMinWindow + param(0) % 16);
+  for (std::size_t i = 0; i < n; ++i)
+    Expect("Record", start[i], std::string(log.text.Record(start[i]).view()), padded[i]);
+  for (std::size_t s = 1; s <= 4; ++s) {
+    const std::string_view set[] = {kMarkers[param(s) % 8], kMarkers[param(s + 4) % 8],
+                                    kMarkers[param(s + 8) % 8]};
+    const std::size_t above = 1 + param(s + 12) % 8;
+    for (std::size_t i : {std::size_t{0}, n - std::min(n, above), param(s + 16) * n / 256, n}) {
+      for (int step = 0; step < 16; ++step, ++i) {
+        const std::uint64_t from = start[i];
+        const auto misses = [&](auto m) { return padded[i].find(m) == m.npos; };
+        while (i < n && std::all_of(set, set + 3, misses)) ++i;
+        Expect("Find", from, log.text.Find(from, {set[0], set[1], set[2]}), start[i]);
+        Expect("RecordsAbove", start[i], log.text.RecordsAbove(start[i], static_cast<int>(above)),
+               start[i - std::min(i, above)]);
+        if (i == n) break;
+        Expect("NextRecord", start[i], log.text.NextRecord(start[i]), start[i + 1]);
+        Expect("Record", start[i], std::string(log.text.Record(start[i]).view()), padded[i]);
+      }
+    }
+  }
+  MemoryLog wide(data);
+  Expect("ScanLog", 0, Describe(ScanLog(log.text)), Describe(ScanLog(wide.text)));
   return 0;
 }
+
+}  // namespace tabrun

@@ -3,77 +3,85 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <map>
+
 #include "analysis/log_scan.h"
 #include "driver/progress.h"
 #include "recio/fatal.h"
 #include "recio/log_directory.h"
 #include "recio/log_text.h"
 #include "recio/output_unit.h"
+#include "recio/read_ahead.h"
 #include "report/script_rows.h"
 
 namespace tabrun {
 namespace {
 
-// A log to read, or a path that could not be listed.
-struct Source {
-  std::string path;
-  std::string error;  // why the directory `path` could not be read; empty for a log
+// The logs that `paths` stand for, in order, and why the directories among them that could
+// not be listed could not be, by their place in the list.
+struct Logs {
+  std::vector<std::string> paths;
+  std::map<std::size_t, std::string> errors;
 };
 
-// The logs that `paths` stand for, in order.
-std::vector<Source> Sources(const std::vector<std::string>& paths) {
-  std::vector<Source> sources;
+Logs LogsOf(const std::vector<std::string>& paths) {
+  Logs logs;
   std::vector<std::string> names;
   for (const std::string& path : paths) {
     struct stat st;
-    if (stat(path.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
-      sources.push_back({path, {}});
-      continue;
-    }
     std::string error;
-    if (!ListLogNames(path, &names, &error)) {
-      sources.push_back({path, "cannot read the directory: " + error});
-      continue;
+    if (stat(path.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+      logs.paths.push_back(path);
+    } else if (!ListLogNames(path, &names, &error)) {
+      logs.errors[logs.paths.size()] = "cannot read the directory: " + error;
+      logs.paths.push_back(path);
+    } else {
+      const std::string prefix = path == "." ? "" : path.ends_with('/') ? path : path + "/";
+      for (const std::string& name : names) logs.paths.push_back(prefix + name);
     }
-    const std::string prefix = path == "." ? "" : path.ends_with('/') ? path : path + "/";
-    for (const std::string& name : names) sources.push_back({prefix + name, {}});
   }
-  return sources;
+  return logs;
 }
 
-// Reads one log into its row, and counts its bytes in *bytes.
-ScriptRow RowOf(const Source& source, LogText& log, std::uint64_t* bytes) {
-  if (!source.error.empty()) return UnreadableRow(source.path, source.error);
+// Reads the log `path` into its row, and counts its bytes in *bytes.
+ScriptRow RowOf(const std::string& path, LogText& log, std::uint64_t* bytes) {
   std::string error;
-  if (log.Open(source.path, &error) != LogText::OpenResult::kOpened) {
-    return UnreadableRow(source.path, "cannot open: " + error);
+  if (log.Open(path, &error) != LogText::OpenResult::kOpened) {
+    return UnreadableRow(path, "cannot open: " + error);
   }
-  ScriptRow row = RowOfScan(source.path, ScanLog(log));
+  ScriptRow row = RowOfScan(path, ScanLog(log));
   *bytes += log.size();
-  if (!log.Close(&error)) return UnreadableRow(source.path, "cannot close: " + error);
+  if (!log.Close(&error)) return UnreadableRow(path, "cannot close: " + error);
   return row;
 }
 
 }  // namespace
 
 int RunDirect(RowFormat format, const std::vector<std::string>& paths) {
+  const Logs logs = LogsOf(paths);
+  ReadAhead ahead(logs.paths);
+  Progress progress(logs.paths.size());
   OutputUnit out(STDOUT_FILENO);
   std::string error;
   const auto write = [&](const std::string& text) {
-    if (!out.Write(text, &error)) FatalIoError("*", "standard output", "cannot write", error);
+    progress.BeforeOutput();
+    if (out.Write(text, &error)) return;
+    progress.Erase();
+    FatalIoError("*", "standard output", "cannot write", error);
   };
   if (format == RowFormat::kCsv) write(CsvHeader());
 
-  const std::vector<Source> sources = Sources(paths);
-  Progress progress(sources.size());
   LogText log;
   int status = 0;
-  for (const Source& source : sources) {
+  for (std::size_t i = 0; i < logs.paths.size(); ++i) {
+    ahead.Reached(i);
     std::uint64_t bytes = 0;
-    const ScriptRow row = RowOf(source, log, &bytes);
+    const auto listing_error = logs.errors.find(i);
+    const ScriptRow row = listing_error != logs.errors.end()
+                              ? UnreadableRow(logs.paths[i], listing_error->second)
+                              : RowOf(logs.paths[i], log, &bytes);
     if (row.status == "unreadable" || row.status == "bad_cpu_value") status = 1;
     progress.Done(bytes);
-    progress.BeforeOutput();
     write(format == RowFormat::kCsv ? CsvRow(row) : JsonRow(row));
   }
   progress.Erase();

@@ -12,9 +12,11 @@
 
 #include "analysis/log_scan.h"
 #include "driver/listing.h"
+#include "driver/progress.h"
 #include "recio/fatal.h"
 #include "recio/log_text.h"
 #include "recio/output_unit.h"
+#include "recio/read_ahead.h"
 #include "recio/shell.h"
 #include "report/summary_lines.h"
 
@@ -29,13 +31,18 @@ constexpr char kResultsUnit[] = "1";
 constexpr char kLogUnit[] = "2";
 constexpr char kConsoleUnit[] = "*";
 
-// The console and log.res, and the one way out when an operation fails: both outputs are
-// written out as far as they can be before the fatal line.
+// The console, log.res and the progress line, and the one way out when an operation fails:
+// both outputs are written out as far as they can be before the fatal line.
 class Streams {
  public:
   Streams() : console_(STDOUT_FILENO) {}
 
+  void StartProgress(std::uint64_t logs) { progress_.emplace(logs); }
+  void Progressed(std::uint64_t bytes) { progress_->Done(bytes); }
+
   void ToConsole(std::string_view text) {
+    if (text.empty()) return;
+    if (progress_) progress_->BeforeOutput();
     std::string error;
     if (!console_.Write(text, &error)) Fatal(kConsoleUnit, kConsoleFile, "cannot write", error);
   }
@@ -64,6 +71,7 @@ class Streams {
 
   [[noreturn]] void Fatal(std::string_view unit, std::string_view file, std::string_view what,
                           std::string_view reason) {
+    progress_.reset();
     std::string ignored;
     console_.Flush(&ignored);
     if (results_) results_->Flush(&ignored);
@@ -73,6 +81,7 @@ class Streams {
  private:
   OutputUnit console_;
   std::optional<OutputUnit> results_;
+  std::optional<Progress> progress_;
 };
 
 // What the scans of one batch add up to.
@@ -103,11 +112,10 @@ std::vector<std::string> LoadListing(LogText& text, Streams& out) {
   return entries;
 }
 
-// Scans the log of one non-blank listing entry, or reports it as not found, and adds what it
-// says to the batch and to the outputs.
-void SummariseEntry(std::string_view entry, LogText& log, BatchState* batch, Streams& out) {
-  const FixedText log_name(NameOfEntry(entry));
-  const std::string path(log_name.Trimmed());
+// Scans the log `path` of one non-blank listing entry, or reports it as not found, and adds
+// what it says to the batch and to the outputs. Returns the bytes the log held.
+std::uint64_t SummariseLog(const std::string& path, LogText& log, BatchState* batch, Streams& out) {
+  const FixedText log_name(path);
   std::string error;
   switch (log.Open(path, &error)) {
     case LogText::OpenResult::kOpened:
@@ -115,7 +123,7 @@ void SummariseEntry(std::string_view entry, LogText& log, BatchState* batch, Str
     case LogText::OpenResult::kMissing:
       out.ToConsole(NotFoundLine(log_name));
       ++batch->failures;
-      return;
+      return 0;
     case LogText::OpenResult::kFailed:
       out.Fatal(kLogUnit, path, "cannot open", error);
   }
@@ -133,7 +141,9 @@ void SummariseEntry(std::string_view entry, LogText& log, BatchState* batch, Str
   const RunLines lines = LinesOfRun(scan, log_name);
   out.ToResults(lines.results);
   out.ToConsole(lines.console);
+  const std::uint64_t bytes = log.size();
   if (!log.Close(&error)) out.Fatal(kLogUnit, path, "cannot close", error);
+  return bytes;
 }
 
 }  // namespace
@@ -159,10 +169,17 @@ int RunBatch() {
   out.ToResults(Banner());
   out.ToResults(ResultsListingCount(count));
 
-  BatchState batch;
+  // Blank lines are skipped, but they count in the listing.
+  std::vector<std::string> paths;
   for (const std::string& entry : listing) {
-    if (entry.empty()) continue;  // a blank line is skipped, but it counts in the listing
-    SummariseEntry(entry, text, &batch, out);
+    if (!entry.empty()) paths.emplace_back(NameOfEntry(entry));
+  }
+  ReadAhead ahead(paths);
+  out.StartProgress(paths.size());
+  BatchState batch;
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    ahead.Reached(i);
+    out.Progressed(SummariseLog(paths[i], text, &batch, out));
   }
 
   out.ToConsole(TotalSecondsLine(batch.cpu_total));

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "recio/find_marker.h"
+
 namespace tabrun {
 namespace {
 
@@ -158,7 +160,7 @@ std::uint64_t LogText::FirstHit(std::string_view marker, std::uint64_t from, std
     if (bytes.size() < marker.size()) return kNone;
     // Hits from `limit` on are not wanted: the caller has one before them.
     if (limit - at < bytes.size()) bytes = bytes.substr(0, limit - at + marker.size() - 1);
-    const std::size_t found = bytes.find(marker);
+    const std::size_t found = FindMarker(bytes, marker);
     if (found == std::string_view::npos) {
       // The next search starts where a hit cut off by this one's end would begin.
       at += bytes.size() - (marker.size() - 1);

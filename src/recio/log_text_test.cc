@@ -143,7 +143,7 @@ TEST(LogTextTest, FileCutShortAfterOpening) {
   MemoryLog log("a\nb\nc\n" + std::string(3000, 'q'));
   EXPECT_EQ(Records(log.text).size(), 4u);
   log.Reopen();
-  log.Truncate(4);
+  ASSERT_TRUE(log.Truncate(4));
   EXPECT_EQ(Records(log.text), (std::vector<std::string>{"a", "b"}));
   EXPECT_EQ(log.text.size(), 4u);
 }

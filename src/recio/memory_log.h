@@ -31,8 +31,8 @@ class MemoryLog {
     std::string error;
     return text.Open("/proc/self/fd/" + std::to_string(fd_), &error);
   }
-  // Cuts the file short behind the reader's back.
-  void Truncate(off_t length) { (void)ftruncate(fd_, length); }
+  // Cuts the file short behind the reader's back; false when that fails.
+  bool Truncate(off_t length) { return ftruncate(fd_, length) == 0; }
 
   LogText text;
 

@@ -1,16 +1,13 @@
 #include "driver/direct_run.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <map>
 
 #include "analysis/log_scan.h"
-#include "driver/progress.h"
-#include "recio/fatal.h"
+#include "driver/console.h"
 #include "recio/log_directory.h"
 #include "recio/log_text.h"
-#include "recio/output_unit.h"
 #include "recio/read_ahead.h"
 #include "report/script_rows.h"
 
@@ -60,17 +57,9 @@ ScriptRow RowOf(const std::string& path, LogText& log, std::uint64_t* bytes) {
 int RunDirect(RowFormat format, const std::vector<std::string>& paths) {
   const Logs logs = LogsOf(paths);
   ReadAhead ahead(logs.paths);
-  Progress progress(logs.paths.size());
-  OutputUnit out(STDOUT_FILENO);
-  std::string error;
-  const auto write = [&](const std::string& text) {
-    progress.BeforeOutput();
-    if (out.Write(text, &error)) return;
-    progress.Erase();
-    FatalIoError("*", "standard output", "cannot write", error);
-  };
-  if (format == RowFormat::kCsv) write(CsvHeader());
-
+  Console console;
+  console.StartProgress(logs.paths.size());
+  if (format == RowFormat::kCsv) console.Write(CsvHeader());
   LogText log;
   int status = 0;
   for (std::size_t i = 0; i < logs.paths.size(); ++i) {
@@ -80,12 +69,11 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths) {
     const ScriptRow row = listing_error != logs.errors.end()
                               ? UnreadableRow(logs.paths[i], listing_error->second)
                               : RowOf(logs.paths[i], log, &bytes);
-    if (row.status == "unreadable" || row.status == "bad_cpu_value") status = 1;
-    progress.Done(bytes);
-    write(format == RowFormat::kCsv ? CsvRow(row) : JsonRow(row));
+    if (!row.error.empty()) status = 1;  // unreadable, or a CPU value that is not a number
+    console.Progressed(bytes);
+    console.Write(format == RowFormat::kCsv ? CsvRow(row) : JsonRow(row));
   }
-  progress.Erase();
-  if (!out.Flush(&error)) FatalIoError("*", "standard output", "cannot write", error);
+  console.Flush();
   return status;
 }
 

@@ -1,13 +1,11 @@
 // tabrun: summarise the logs of a batch of refinement runs into log.res.
 
 #include <signal.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <string>
 
 #include "driver/command_line.h"
+#include "driver/console.h"
 #include "driver/direct_run.h"
 #include "driver/run.h"
 #include "recio/fatal.h"
@@ -16,9 +14,9 @@
 namespace {
 
 int Print(const std::string& text) {
-  if (write(STDOUT_FILENO, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-    tabrun::FatalIoError("*", "standard output", "cannot write", std::strerror(errno));
-  }
+  tabrun::Console console;
+  console.Write(text);
+  console.Flush();
   return 0;
 }
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "analysis/log_scan.h"
+#include "driver/console.h"
 #include "driver/listing.h"
-#include "driver/progress.h"
 #include "recio/fatal.h"
 #include "recio/log_text.h"
 #include "recio/output_unit.h"
@@ -25,34 +25,18 @@ namespace {
 
 constexpr char kListingFile[] = "list_log";
 constexpr char kResultsFile[] = "log.res";
-constexpr char kConsoleFile[] = "standard output";
 constexpr char kListingUnit[] = "50";
 constexpr char kResultsUnit[] = "1";
 constexpr char kLogUnit[] = "2";
-constexpr char kConsoleUnit[] = "*";
 
-// The console, log.res and the progress line, and the one way out when an operation fails:
-// both outputs are written out as far as they can be before the fatal line.
+// The console and log.res: both are written out as far as they can be before a fatal line.
 class Streams {
  public:
-  Streams() : console_(STDOUT_FILENO) {}
+  Console console;
 
-  void StartProgress(std::uint64_t logs) { progress_.emplace(logs); }
-  void Progressed(std::uint64_t bytes) { progress_->Done(bytes); }
-
-  void ToConsole(std::string_view text) {
-    if (text.empty()) return;
-    if (progress_) progress_->BeforeOutput();
-    std::string error;
-    if (!console_.Write(text, &error)) Fatal(kConsoleUnit, kConsoleFile, "cannot write", error);
-  }
   void ToResults(std::string_view text) {
     std::string error;
     if (!results_->Write(text, &error)) Fatal(kResultsUnit, kResultsFile, "cannot write", error);
-  }
-  void FlushConsole() {
-    std::string error;
-    if (!console_.Flush(&error)) Fatal(kConsoleUnit, kConsoleFile, "cannot write", error);
   }
 
   // Creates or rewrites log.res.
@@ -71,17 +55,11 @@ class Streams {
 
   [[noreturn]] void Fatal(std::string_view unit, std::string_view file, std::string_view what,
                           std::string_view reason) {
-    progress_.reset();
-    std::string ignored;
-    console_.Flush(&ignored);
-    if (results_) results_->Flush(&ignored);
-    FatalIoError(unit, file, what, reason);
+    console.Fatal(unit, file, what, reason, results_ ? &*results_ : nullptr);
   }
 
  private:
-  OutputUnit console_;
   std::optional<OutputUnit> results_;
-  std::optional<Progress> progress_;
 };
 
 // What the scans of one batch add up to.
@@ -121,7 +99,7 @@ std::uint64_t SummariseLog(const std::string& path, LogText& log, BatchState* ba
     case LogText::OpenResult::kOpened:
       break;
     case LogText::OpenResult::kMissing:
-      out.ToConsole(NotFoundLine(log_name));
+      out.console.Write(NotFoundLine(log_name));
       ++batch->failures;
       return 0;
     case LogText::OpenResult::kFailed:
@@ -140,7 +118,7 @@ std::uint64_t SummariseLog(const std::string& path, LogText& log, BatchState* ba
   }
   const RunLines lines = LinesOfRun(scan, log_name);
   out.ToResults(lines.results);
-  out.ToConsole(lines.console);
+  out.console.Write(lines.console);
   const std::uint64_t bytes = log.size();
   if (!log.Close(&error)) out.Fatal(kLogUnit, path, "cannot close", error);
   return bytes;
@@ -150,9 +128,9 @@ std::uint64_t SummariseLog(const std::string& path, LogText& log, BatchState* ba
 
 int RunBatch() {
   Streams out;
-  out.ToConsole(Banner());
+  out.console.Write(Banner());
   // The banner must be out before anything the listing command prints.
-  out.FlushConsole();
+  out.console.Flush();
   // The listing must not depend on how the user has ls quote names.
   unsetenv("QUOTING_STYLE");
   if (CommandDidNotRun(RunShellCommand(kListingCommand))) {
@@ -163,7 +141,7 @@ int RunBatch() {
   LogText text;
   const std::vector<std::string> listing = LoadListing(text, out);
   const auto count = static_cast<std::int32_t>(listing.size());
-  out.ToConsole(ConsoleListingCount(count));
+  out.console.Write(ConsoleListingCount(count));
 
   out.OpenResults();
   out.ToResults(Banner());
@@ -175,21 +153,21 @@ int RunBatch() {
     if (!entry.empty()) paths.emplace_back(NameOfEntry(entry));
   }
   ReadAhead ahead(paths);
-  out.StartProgress(paths.size());
+  out.console.StartProgress(paths.size());
   BatchState batch;
   for (std::size_t i = 0; i < paths.size(); ++i) {
     ahead.Reached(i);
-    out.Progressed(SummariseLog(paths[i], text, &batch, out));
+    out.console.Progressed(SummariseLog(paths[i], text, &batch, out));
   }
 
-  out.ToConsole(TotalSecondsLine(batch.cpu_total));
+  out.console.Write(TotalSecondsLine(batch.cpu_total));
   out.ToResults(TotalSecondsLine(batch.cpu_total));
   const float minutes = batch.cpu_total / 60.0f;
-  out.ToConsole(TotalMinutesLine(minutes));
+  out.console.Write(TotalMinutesLine(minutes));
   out.ToResults(TotalMinutesLine(minutes));
-  out.ToConsole(ClosingLines(batch.failures, count));
+  out.console.Write(ClosingLines(batch.failures, count));
   out.CloseResults();
-  out.FlushConsole();
+  out.console.Flush();
   return 0;
 }
 

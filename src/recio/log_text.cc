@@ -79,10 +79,10 @@ bool LogText::Close(std::string* error) {
 }
 
 void LogText::Fill(std::uint64_t offset) {
-  buffer_.resize(window_);
+  if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(window_);
   const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(window_, size_ - offset));
   buffer_offset_ = offset;
-  buffer_length_ = ReadAt(fd_, buffer_.data(), want, offset);
+  buffer_length_ = ReadAt(fd_, buffer_.get(), want, offset);
   if (buffer_length_ < want) size_ = offset + buffer_length_;
 }
 
@@ -92,7 +92,7 @@ std::string_view LogText::Bytes(std::uint64_t offset, std::size_t min_length) {
   if (offset < buffer_offset_ || offset + need > buffer_offset_ + buffer_length_) Fill(offset);
   if (offset >= buffer_offset_ + buffer_length_) return {};
   const auto start = static_cast<std::size_t>(offset - buffer_offset_);
-  return {buffer_.data() + start, buffer_length_ - start};
+  return {buffer_.get() + start, buffer_length_ - start};
 }
 
 std::uint64_t LogText::LineFeedAtOrAfter(std::uint64_t from) {

@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "recio/fixed_text.h"
 
@@ -88,7 +88,7 @@ class LogText {
   const std::size_t window_;
   int fd_ = -1;
   std::uint64_t size_ = 0;
-  std::vector<char> buffer_;
+  std::unique_ptr<char[]> buffer_;   // window_ bytes, made on the first read
   std::uint64_t buffer_offset_ = 0;  // file offset of buffer_[0]
   std::size_t buffer_length_ = 0;    // valid bytes in buffer_
 };

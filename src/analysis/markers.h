@@ -15,6 +15,11 @@ inline constexpr std::string_view kCpuTime = "CPU Time:";
 inline constexpr std::string_view kChi2 = "Chi2:";
 inline constexpr std::string_view kRp = "Rp:";
 inline constexpr std::string_view kRf2 = "RF2 -factor :";
+// The other figures of a result record, read by the rows for scripts.
+inline constexpr std::string_view kRwp = "Rwp:";
+inline constexpr std::string_view kRexp = "Rexp:";
+inline constexpr std::string_view kRf2w = "RF2w-factor :";
+inline constexpr std::string_view kRf = "RF-factor :";
 inline constexpr std::string_view kBestSolution = "=> Sol#: 1 RF2=";
 // Two blanks between "PCR" and "File" and between "File" and the colon.
 inline constexpr std::string_view kAnnealingControlFile = "=> PCR  File  :";

@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <string_view>
 
+#include "analysis/markers.h"
 #include "recio/number.h"
 
 #ifdef TABRUN_HAVE_JSON
@@ -86,15 +87,15 @@ ScriptRow RowOfScan(std::string log, const RunScan& scan) {
   const std::string_view record = scan.result_record;
   switch (scan.result_label) {
     case ResultLabel::kChi2:
-      row.chi2 = After(record, "Chi2:", true);
-      row.rp = After(record, "Rp:");
-      row.rwp = After(record, "Rwp:");
-      row.rexp = After(record, "Rexp:");
+      row.chi2 = After(record, markers::kChi2, true);
+      row.rp = After(record, markers::kRp);
+      row.rwp = After(record, markers::kRwp);
+      row.rexp = After(record, markers::kRexp);
       break;
     case ResultLabel::kRf2:
-      row.rf2 = After(record, "RF2 -factor :");
-      row.rf2w = After(record, "RF2w-factor :");
-      row.rf = After(record, "RF-factor :");
+      row.rf2 = After(record, markers::kRf2);
+      row.rf2w = After(record, markers::kRf2w);
+      row.rf = After(record, markers::kRf);
       break;
     case ResultLabel::kBestSolution:
       row.rf2 = NumberIn(scan.result_text);

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <iostream>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "analysis/log_scan.h"
 #include "analysis/markers.h"

@@ -9,7 +9,6 @@
 #include "driver/direct_run.h"
 #include "driver/run.h"
 #include "recio/fatal.h"
-#include "report/script_rows.h"
 
 namespace {
 
@@ -38,9 +37,6 @@ int main(int argc, char** argv) {
     case tabrun::Command::kCsv:
       return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths);
     case tabrun::Command::kJson:
-      if (!tabrun::HaveJson()) {
-        return UsageError("--json is not in this build: install nlohmann-json3-dev and rebuild");
-      }
       return tabrun::RunDirect(tabrun::RowFormat::kJson, line.paths);
     case tabrun::Command::kHelp:
       return Print(tabrun::HelpText());

@@ -8,10 +8,7 @@
 
 #include "analysis/markers.h"
 #include "recio/number.h"
-
-#ifdef TABRUN_HAVE_JSON
-#include <nlohmann/json.hpp>
-#endif
+#include "report/escape.h"
 
 namespace tabrun {
 namespace {
@@ -127,17 +124,8 @@ std::string CsvRow(const ScriptRow& row) {
   return line + '\n';
 }
 
-bool HaveJson() {
-#ifdef TABRUN_HAVE_JSON
-  return true;
-#else
-  return false;
-#endif
-}
-
 std::string JsonRow(const ScriptRow& row) {
-#ifdef TABRUN_HAVE_JSON
-  // The library escapes every string; the numbers keep the text of the CSV row.
+  // The numbers keep the text of the CSV row.
   const auto cells = CellsOf(row);
   std::string line = "{";
   for (std::size_t i = 0; i < cells.size(); ++i) {
@@ -147,15 +135,10 @@ std::string JsonRow(const ScriptRow& row) {
     } else if (cells[i].number) {
       line.append(cells[i].text);
     } else {
-      line.append(nlohmann::json(cells[i].text)
-                      .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+      AppendJsonString(cells[i].text, &line);
     }
   }
   return line + "}\n";
-#else
-  (void)row;
-  return "";
-#endif
 }
 
 }  // namespace tabrun

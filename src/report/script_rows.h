@@ -39,12 +39,9 @@ std::string CsvHeader();
 std::string CsvRow(const ScriptRow& row);
 
 // One JSON object and a line feed, with the keys of the CSV header in the same order. Numbers
-// are JSON numbers, empty fields null; bytes that are not UTF-8 become U+FFFD. Returns an
-// empty string when this build has no JSON support.
+// are JSON numbers, empty fields null, and strings are written as AppendJsonString writes
+// them.
 std::string JsonRow(const ScriptRow& row);
-
-// True when this build can write JSON rows.
-bool HaveJson();
 
 }  // namespace tabrun
 

@@ -14,13 +14,14 @@ constexpr char kFile[] = "standard output";
 
 }  // namespace
 
-Console::Console() : out_(STDOUT_FILENO) {}
+Console::Console() : out_(STDOUT_FILENO), line_buffered_(isatty(STDOUT_FILENO) == 1) {}
 
 void Console::Write(std::string_view text) {
   if (text.empty()) return;
   if (progress_) progress_->BeforeOutput();
   std::string error;
   if (!out_.Write(text, &error)) Fatal(kUnit, kFile, "cannot write", error);
+  if (line_buffered_) Flush();
 }
 
 void Console::Flush() {

@@ -12,8 +12,10 @@
 
 namespace tabrun {
 
-// Standard output, buffered, with the progress line on standard error beside it. Every write
-// that fails ends the program with the fatal line for unit "*" (standard output).
+// Standard output, with the progress line on standard error beside it. On a terminal every
+// write goes out at once, so that a person sees each line as it happens; elsewhere output is
+// collected into large blocks. Every write that fails ends the program with the fatal line
+// for unit "*" (standard output).
 class Console {
  public:
   Console();
@@ -36,6 +38,7 @@ class Console {
 
  private:
   OutputUnit out_;
+  const bool line_buffered_;
   std::optional<Progress> progress_;
 };
 

@@ -30,7 +30,12 @@ Carlo and simulated-annealing runs are recognised as well.
 
 Runs that could not be summarised (missing log, bad end, no control file,
 no CPU time) are reported on standard output, together with the total CPU
-time of the batch and a warning when too many runs failed.")
+time of the batch and a warning when too many runs failed.
+
+For scripts, tabrun --csv and tabrun --json read the logs of the directories
+they are given, without the shell, and write one CSV row or one JSON object
+per log to standard output: its status, control file, CPU seconds and fit
+figures.")
 
 set(CPACK_STRIP_FILES ON)
 set(CPACK_GENERATOR "DEB")

@@ -2,13 +2,18 @@
 
 #include <sys/stat.h>
 
+#include <charconv>
+#include <cstdlib>
+#include <ctime>
 #include <map>
+#include <optional>
 
 #include "analysis/log_scan.h"
 #include "driver/console.h"
 #include "recio/log_directory.h"
 #include "recio/log_text.h"
 #include "recio/read_ahead.h"
+#include "report/html_report.h"
 #include "report/script_rows.h"
 
 namespace tabrun {
@@ -40,16 +45,37 @@ Logs LogsOf(const std::vector<std::string>& paths) {
   return logs;
 }
 
-// Reads the log `path` into its row, and counts its bytes in *bytes.
-ScriptRow RowOf(const std::string& path, LogText& log, std::uint64_t* bytes) {
+// What reading one log gives.
+struct LogRead {
+  ScriptRow row;
+  std::vector<std::string> tail;  // the end of a log that failed, when it is wanted
+  std::uint64_t bytes = 0;
+};
+
+// Reads the log `path` into its row, and for a log that failed the end of it when `tail`.
+LogRead Read(const std::string& path, LogText& log, bool tail) {
   std::string error;
   if (log.Open(path, &error) != LogText::OpenResult::kOpened) {
-    return UnreadableRow(path, "cannot open: " + error);
+    return {UnreadableRow(path, "cannot open: " + error), {}, 0};
   }
-  ScriptRow row = RowOfScan(path, ScanLog(log));
-  *bytes += log.size();
-  if (!log.Close(&error)) return UnreadableRow(path, "cannot close: " + error);
-  return row;
+  LogRead read{RowOfScan(path, ScanLog(log)), {}, 0};
+  if (tail && read.row.status != "ok") read.tail = log.LastRecords(HtmlReport::kTailRecords);
+  read.bytes = log.size();
+  if (!log.Close(&error)) read.row = UnreadableRow(path, "cannot close: " + error);
+  return read;
+}
+
+// When the report is said to have been made: SOURCE_DATE_EPOCH when it holds a number of
+// seconds, so that two reports of one batch can be the same to the byte, otherwise now.
+std::int64_t MadeAt() {
+  const char* epoch = std::getenv("SOURCE_DATE_EPOCH");
+  std::int64_t seconds = 0;
+  if (epoch != nullptr) {
+    const std::string_view text(epoch);
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (error == std::errc() && end == text.data() + text.size() && !text.empty()) return seconds;
+  }
+  return static_cast<std::int64_t>(std::time(nullptr));
 }
 
 }  // namespace
@@ -60,19 +86,25 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths) {
   Console console;
   console.StartProgress(logs.paths.size());
   if (format == RowFormat::kCsv) console.Write(CsvHeader());
+  std::optional<HtmlReport> report;
+  if (format == RowFormat::kHtml) report.emplace(paths, MadeAt());
   LogText log;
   int status = 0;
   for (std::size_t i = 0; i < logs.paths.size(); ++i) {
     ahead.Reached(i);
-    std::uint64_t bytes = 0;
     const auto listing_error = logs.errors.find(i);
-    const ScriptRow row = listing_error != logs.errors.end()
-                              ? UnreadableRow(logs.paths[i], listing_error->second)
-                              : RowOf(logs.paths[i], log, &bytes);
-    if (!row.error.empty()) status = 1;  // unreadable, or a CPU value that is not a number
-    console.Progressed(bytes);
-    console.Write(format == RowFormat::kCsv ? CsvRow(row) : JsonRow(row));
+    const LogRead read = listing_error != logs.errors.end()
+                             ? LogRead{UnreadableRow(logs.paths[i], listing_error->second), {}, 0}
+                             : Read(logs.paths[i], log, report.has_value());
+    if (!read.row.error.empty()) status = 1;  // unreadable, or a CPU value that is not a number
+    console.Progressed(read.bytes);
+    switch (format) {
+      case RowFormat::kCsv: console.Write(CsvRow(read.row)); break;
+      case RowFormat::kJson: console.Write(JsonRow(read.row)); break;
+      case RowFormat::kHtml: report->Add(read.row, read.tail); break;
+    }
   }
+  if (report) console.Write(report->Page());
   console.Flush();
   return status;
 }

@@ -1,4 +1,4 @@
-// The direct mode for scripts: tabrun --csv or --json.
+// The direct modes: tabrun --csv, --json or --html.
 
 #ifndef TABRUN_DRIVER_DIRECT_RUN_H_
 #define TABRUN_DRIVER_DIRECT_RUN_H_
@@ -8,11 +8,11 @@
 
 namespace tabrun {
 
-enum class RowFormat { kCsv, kJson };
+enum class RowFormat { kCsv, kJson, kHtml };
 
-// Writes one row per log of `paths` to standard output, and nothing else anywhere: a
-// directory stands for its *.log entries, sorted by name, and any other path for itself.
-// Every log is scanned as the default mode scans it. Returns 0 when every log was read and
+// Writes one row per log of `paths` to standard output, or for kHtml one page that holds
+// them all, and nothing else anywhere: a directory stands for its *.log entries, sorted by
+// name, and any other path for itself. Every log is scanned as the default mode scans it. Returns 0 when every log was read and
 // every CPU value found could be read, 1 otherwise; a failing write to standard output ends
 // the program with a fatal I/O error.
 int RunDirect(RowFormat format, const std::vector<std::string>& paths);

@@ -1,6 +1,8 @@
 // tabrun: summarise the logs of a batch of refinement runs into log.res.
 
+#include <fcntl.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -20,13 +22,28 @@ int Print(const std::string& text) {
 }
 
 int UsageError(const std::string& error) {
-  tabrun::PrintError(error + "\n" + tabrun::kTryHelp);
+  if (!error.empty()) tabrun::PrintError(error);
+  const std::string line = std::string(tabrun::kTryHelp) + "\n";
+  ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
+  (void)ignored;
   return tabrun::kUsageExitStatus;
+}
+
+// Puts /dev/null on any of standard input, output and error that is closed, so that no file
+// tabrun opens can take its number and receive what is meant for it.
+void OpenStandardDescriptors() {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (fcntl(fd, F_GETFD) != -1) continue;
+    const int null = open("/dev/null", O_RDWR);
+    // open takes the lowest free number, which is `fd`; anything else is not ours to keep.
+    if (null != fd && null >= 0) close(null);
+  }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  OpenStandardDescriptors();
   const tabrun::CommandLine line = tabrun::ParseCommandLine(argc, argv);
   switch (line.command) {
     case tabrun::Command::kRun:
@@ -38,6 +55,8 @@ int main(int argc, char** argv) {
       return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths);
     case tabrun::Command::kJson:
       return tabrun::RunDirect(tabrun::RowFormat::kJson, line.paths);
+    case tabrun::Command::kHtml:
+      return tabrun::RunDirect(tabrun::RowFormat::kHtml, line.paths);
     case tabrun::Command::kHelp:
       return Print(tabrun::HelpText());
     case tabrun::Command::kVersion:

@@ -149,6 +149,14 @@ FixedText LogText::Record(std::uint64_t at) {
   return FixedText(bytes.substr(0, kRecordLength));
 }
 
+std::vector<std::string> LogText::LastRecords(int n) {
+  std::vector<std::string> records;
+  for (std::uint64_t at = RecordsAbove(size_, n); at < size_; at = NextRecord(at)) {
+    records.emplace_back(Record(at).Trimmed());
+  }
+  return records;
+}
+
 std::uint64_t LogText::FirstHit(std::string_view marker, std::uint64_t from, std::uint64_t limit) {
   // A hit counts only when the whole marker lies within the first kRecordLength columns of
   // its record: at most `slack` bytes after the record's start. `from` is the start of a

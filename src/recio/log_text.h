@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "recio/fixed_text.h"
 
@@ -71,6 +72,10 @@ class LogText {
   // The record at `at`: its first kRecordLength columns, blank-padded.
   // REQUIRES: at < size().
   FixedText Record(std::uint64_t at);
+
+  // The last `n` records of the text (all of them when it has fewer), in order, each cut at
+  // kRecordLength columns and without trailing blanks.
+  std::vector<std::string> LastRecords(int n);
 
  private:
   // The bytes from `offset` on, as far as the window holds them: at least

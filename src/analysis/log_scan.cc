@@ -1,5 +1,7 @@
 #include "analysis/log_scan.h"
 
+#include <optional>
+
 #include "analysis/markers.h"
 #include "recio/number.h"
 
@@ -34,14 +36,25 @@ std::string_view AnnealingName(const FixedText& line) {
   return Trim(line.Columns(colon + 1, colon + length));
 }
 
+// The record at `at`, which a search for `marker` found, or nothing when the log has changed
+// under the reader since: a log cut short ends where its bytes stopped, for every search, and
+// a record read again must still hold what it was found by.
+std::optional<FixedText> Found(LogText& log, std::uint64_t at, std::string_view marker) {
+  if (at >= log.size()) return {};
+  FixedText line = log.Record(at);
+  if (at >= log.size() || Index(line.view(), marker) == 0) return {};
+  return line;
+}
+
 // The first record, from kResultRecordsAbove above the CPU record on, with both "Chi2:" and
 // "Rp:" or with "RF2 -factor :".
 void FindOrdinaryResult(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
   for (std::uint64_t at = log.RecordsAbove(cpu_record, kResultRecordsAbove);;
        at = log.NextRecord(at)) {
     at = log.Find(at, {markers::kChi2, markers::kRf2});
-    if (at == log.size()) return;
+    if (at >= log.size()) return;
     const FixedText line = log.Record(at);
+    if (at >= log.size()) return;
     const int chi2 = IndexLast(line.view(), markers::kChi2);
     const int rf2 = Index(line.view(), markers::kRf2);
     if (chi2 != 0 && Index(line.view(), markers::kRp) != 0) {
@@ -62,16 +75,15 @@ void FindOrdinaryResult(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
 void FindBestSolution(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
   const std::uint64_t at =
       log.Find(log.RecordsAbove(cpu_record, kBestSolutionRecordsAbove), {markers::kBestSolution});
-  if (at == log.size()) return;
-  const FixedText line = log.Record(at);
+  const std::optional<FixedText> line = Found(log, at, markers::kBestSolution);
+  if (!line) return;
   scan->result_label = ResultLabel::kBestSolution;
-  scan->result_record = line.Trimmed();
-  scan->result_text = TrimRight(line.Columns(kBestSolutionFirst, kBestSolutionLast));
+  scan->result_record = line->Trimmed();
+  scan->result_text = TrimRight(line->Columns(kBestSolutionFirst, kBestSolutionLast));
 }
 
-// Reads the CPU record at `at` into `scan`; false when its value is not a number.
-bool ReadCpu(LogText& log, std::uint64_t at, RunScan* scan) {
-  const FixedText line = log.Record(at);
+// Reads the CPU record `line` into `scan`; false when its value is not a number.
+bool ReadCpu(const FixedText& line, RunScan* scan) {
   const int value_column =
       IndexLast(line.view(), markers::kCpuTime) + static_cast<int>(markers::kCpuTime.size());
   scan->cpu_value_text = line.Columns(value_column, kRecordLength);
@@ -101,35 +113,36 @@ std::string BadCpuReason(const RunScan& scan) {
 
 RunScan ScanLog(LogText& log) {
   RunScan scan;
-  const std::uint64_t end = log.size();
   std::uint64_t cpu_from = 0;
-  if (const std::uint64_t at = log.Find(0, {markers::kControlFile}); at != end) {
-    const FixedText line = log.Record(at);
-    scan.control_file =
-        Trim(After(line, Index(line.view(), markers::kControlFile), markers::kControlFile.size()));
+  const std::uint64_t control_at = log.Find(0, {markers::kControlFile});
+  if (const std::optional<FixedText> line = Found(log, control_at, markers::kControlFile)) {
+    scan.control_file = Trim(
+        After(*line, Index(line->view(), markers::kControlFile), markers::kControlFile.size()));
     scan.control_file.append(markers::kPcrSuffix);
-    const std::uint64_t normal_end = log.Find(log.NextRecord(at), {markers::kNormalEnd});
-    if (normal_end == end) {
+    const std::uint64_t normal_end = log.Find(log.NextRecord(control_at), {markers::kNormalEnd});
+    if (!Found(log, normal_end, markers::kNormalEnd)) {
       scan.outcome = RunOutcome::kBadEnd;
       return scan;
     }
     cpu_from = log.NextRecord(normal_end);
   } else {
-    const std::uint64_t line_at =
-        log.Find(log.RecordsAbove(end, kAnnealingTailRecords), {markers::kAnnealingControlFile});
-    if (line_at == end) return scan;  // kNoControlFile
+    const std::uint64_t line_at = log.Find(log.RecordsAbove(log.size(), kAnnealingTailRecords),
+                                           {markers::kAnnealingControlFile});
+    const std::optional<FixedText> annealing = Found(log, line_at, markers::kAnnealingControlFile);
+    if (!annealing) return scan;  // kNoControlFile
     scan.kind = RunKind::kAnnealing;
-    scan.control_file = AnnealingName(log.Record(line_at));
+    scan.control_file = AnnealingName(*annealing);
     scan.control_file.append(markers::kPcrSuffix);
     cpu_from = log.RecordsAbove(line_at, kCpuSearchAboveAnnealingLine);
   }
 
   const std::uint64_t cpu_record = log.Find(cpu_from, {markers::kCpuTime});
-  if (cpu_record == end) {
+  const std::optional<FixedText> cpu_line = Found(log, cpu_record, markers::kCpuTime);
+  if (!cpu_line) {
     scan.outcome = RunOutcome::kNoCpu;
     return scan;
   }
-  if (!ReadCpu(log, cpu_record, &scan)) {
+  if (!ReadCpu(*cpu_line, &scan)) {
     scan.outcome = RunOutcome::kBadCpuValue;
     return scan;
   }

@@ -137,5 +137,29 @@ TEST(LogScanTest, WhatEachLogSays) {
   }
 }
 
+// A log cut short while it is read ends where its bytes stopped, for every search: the scan
+// gives what the bytes read can give, never a line that is not there. The reader has read the
+// first window before the cut.
+TEST(LogScanTest, LogCutShortWhileRead) {
+  const std::string x99(99, 'x');
+  const std::string head = " Control file *.pcr: big\n" + Numbered({}, 40);
+  const std::string log_text = head + " Normal end\n" + Numbered({}, 2000) + x99 + "\n";
+  struct Case {
+    std::size_t length;
+    std::string expected;
+  } cases[] = {
+      {log_text.size(), "no-cpu big.pcr"},
+      {0, "bad-end big.pcr"},
+      {head.size() + 5, "bad-end big.pcr"},
+      {head.size() + 12, "no-cpu big.pcr"},
+  };
+  for (const Case& c : cases) {
+    MemoryLog log(log_text, LogText::kMinWindow);
+    log.text.Record(0);
+    ASSERT_TRUE(log.Truncate(static_cast<off_t>(c.length)));
+    EXPECT_EQ(Describe(ScanLog(log.text)), c.expected) << c.length;
+  }
+}
+
 }  // namespace
 }  // namespace tabrun

@@ -60,6 +60,13 @@ LogText::OpenResult LogText::Open(const std::string& path, std::string* error) {
   }
   fd_ = fd;
   size_ = static_cast<std::uint64_t>(st.st_size);
+  // Files in /proc, and some on network and FUSE file systems, say they are empty and still
+  // hold bytes: such a file is read to its end to learn its length. Fill ends the text at the
+  // first window that comes back short.
+  if (size_ == 0) {
+    size_ = kNone;
+    for (std::uint64_t offset = 0; size_ == kNone; offset += window_) Fill(offset);
+  }
   return OpenResult::kOpened;
 }
 

@@ -45,7 +45,8 @@ class LogText {
   LogText& operator=(const LogText&) = delete;
 
   // Opens `path` for reading, closing whatever was open before, and puts the reason in *error
-  // when it cannot. A directory, or anything else that is not a regular file, fails.
+  // when it cannot. A directory, or anything else that is not a regular file, fails. A file
+  // that says it is empty is read to its end at once, to learn how long it really is.
   OpenResult Open(const std::string& path, std::string* error);
 
   // Closes the file; harmless when nothing is open. Returns false with the operating

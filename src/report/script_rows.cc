@@ -119,9 +119,10 @@ std::string CsvHeader() {
 
 std::string CsvRow(const ScriptRow& row) {
   std::string line;
-  for (const Cell& cell : CellsOf(row))
-    line.append(line.empty() ? "" : ",").append(CsvField(cell.text));
-  return line + '\n';
+  // Every field but the first follows a comma, however many before it are empty.
+  for (const Cell& cell : CellsOf(row)) line.append(CsvField(cell.text)).push_back(',');
+  line.back() = '\n';
+  return line;
 }
 
 std::string JsonRow(const ScriptRow& row) {

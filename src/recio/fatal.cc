@@ -7,9 +7,29 @@
 
 namespace tabrun {
 
+std::string Printable(std::string_view text) {
+  std::string printable;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    switch (c) {
+      case '\\': printable += "\\\\"; break;
+      case '\t': printable += "\\t"; break;
+      case '\n': printable += "\\n"; break;
+      case '\r': printable += "\\r"; break;
+      default:
+        if (byte >= 0x20 && byte != 0x7F) {
+          printable.push_back(c);
+        } else {
+          constexpr char kHex[] = "0123456789abcdef";
+          printable.append({'\\', 'x', kHex[byte >> 4], kHex[byte & 15]});
+        }
+    }
+  }
+  return printable;
+}
+
 void PrintError(std::string_view message) {
-  std::string line = "tabrun: ";
-  line.append(message);
+  std::string line = "tabrun: " + Printable(message);
   line.push_back('\n');
   // One write, so that the line cannot be interleaved with anything else.
   ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());

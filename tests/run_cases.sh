@@ -4,10 +4,15 @@
 #   work/    the start directory (absent: empty)    args     tabrun's arguments, one per line
 #   listing  what a stand-in `ls` prints instead    env      extra VAR=value lines for tabrun
 #   chmod    "MODE PATH" lines applied before the run; as root, tabrun then runs as nobody
+#   setup    a bash script run in the work dir before the run
+#   close    the descriptors (e.g. "2") that tabrun starts with closed
 #   expect/  stdout, stderr, status, `files` (LC_ALL=C ls -A of the work dir) and any file
 #            of the work dir by its name
+# Every case runs with -j 1, -j 2 and -j 8 in front of its args (JOBS="..." to choose), and
+# each run must give the expected output.
 # Usage: bash tests/run_cases.sh [--update] TABRUN_BINARY [CASE_DIR...]
-# --update records the actual stdout, stderr, status and every file already in expect/.
+# --update records the actual stdout, stderr, status and every file already in expect/, of
+# the first run.
 set -euo pipefail
 
 update=false
@@ -25,10 +30,11 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# Runs case $1 in a fresh $scratch: $scratch/work, and stdout, stderr and status beside it.
+# Runs case $1 with -j $2 in a fresh $scratch: $scratch/work, and stdout, stderr and status
+# beside it.
 run_case() {
   local dir=$1 path=/usr/local/bin:/usr/bin:/bin bin=$binary status=0 mode file
-  local run=(timeout 120) args=() envs=()
+  local run=(timeout 120) args=(-j "$2") envs=() closer=()
   scratch=$(mktemp -d "${TMPDIR:-/tmp}/tabrun-case.XXXXXX")
   mkdir "$scratch/bin"
   if [[ -d $dir/work ]]; then cp -a "$dir/work" "$scratch/work"; else mkdir "$scratch/work"; fi
@@ -38,8 +44,12 @@ run_case() {
     chmod 755 "$scratch/bin/ls"
     path=$scratch/bin:$path
   fi
-  if [[ -f $dir/args ]]; then mapfile -t args < "$dir/args"; fi
+  if [[ -f $dir/args ]]; then mapfile -t -O 2 args < "$dir/args"; fi
   if [[ -f $dir/env ]]; then mapfile -t envs < "$dir/env"; fi
+  if [[ -f $dir/setup ]]; then (cd "$scratch/work" && bash "$dir/setup"); fi
+  if [[ -f $dir/close ]]; then
+    closer=(bash -c 'for fd in '"$(cat "$dir/close")"'; do eval "exec $fd>&-"; done; exec "$@"' -)
+  fi
   if [[ -f $dir/chmod ]]; then
     while read -r mode file; do chmod "$mode" "$scratch/work/$file"; done < "$dir/chmod"
     if ((EUID == 0)); then  # permissions stop only others: run as nobody, from a reachable copy
@@ -49,7 +59,7 @@ run_case() {
     fi
   fi
   (cd "$scratch/work" \
-    && "${run[@]}" env -i "PATH=$path" LC_ALL=C "${envs[@]}" "$bin" "${args[@]}") \
+    && "${run[@]}" env -i "PATH=$path" LC_ALL=C "${envs[@]}" "${closer[@]}" "$bin" "${args[@]}") \
     < /dev/null > "$scratch/stdout" 2> "$scratch/stderr" || status=$?
   echo "$status" > "$scratch/status"
   (cd "$scratch/work" && LC_ALL=C ls -A) > "$scratch/files"
@@ -57,22 +67,25 @@ run_case() {
 
 passed=0 failed=0
 for dir in "${cases[@]}"; do
-  dir=${dir%/} name=$(basename "$dir") ok=true
-  run_case "$dir"
-  if $update; then mkdir -p "$dir/expect"; fi
-  others=$(ls -A "$dir/expect" 2>/dev/null | grep -vxE 'stdout|stderr|status' || true)
-  for file in stdout stderr status $others; do
-    expected=$dir/expect/$file actual=$scratch/work/$file
-    case $file in stdout | stderr | status | files) actual=$scratch/$file ;; esac
-    if $update && [[ -f $actual ]]; then
-      cp "$actual" "$expected"
-    elif ! cmp -s "$expected" "$actual"; then
-      echo "  $name: $file differs (< expected, > actual, cat -A):"
-      diff <(cat -A "$expected" 2>&1) <(cat -A "$actual" 2>&1) | head -20 | cut -c1-200 || true
-      ok=false
-    fi
+  dir=$(realpath "${dir%/}") name=$(basename "$dir") ok=true first=true
+  for jobs in ${JOBS:-1 2 8}; do
+    run_case "$dir" "$jobs"
+    if $update && $first; then mkdir -p "$dir/expect"; fi
+    others=$(ls -A "$dir/expect" 2>/dev/null | grep -vxE 'stdout|stderr|status' || true)
+    for file in stdout stderr status $others; do
+      expected=$dir/expect/$file actual=$scratch/work/$file
+      case $file in stdout | stderr | status | files) actual=$scratch/$file ;; esac
+      if $update && $first && [[ -f $actual ]]; then
+        cp "$actual" "$expected"
+      elif ! cmp -s "$expected" "$actual"; then
+        echo "  $name -j $jobs: $file differs (< expected, > actual, cat -A):"
+        diff <(cat -A "$expected" 2>&1) <(cat -A "$actual" 2>&1) | head -20 | cut -c1-200 || true
+        ok=false
+      fi
+    done
+    cleanup
+    first=false
   done
-  cleanup
   if $ok; then echo "ok   $name" && passed=$((passed + 1))
   else echo "FAIL $name" && failed=$((failed + 1)); fi
 done

@@ -1,15 +1,20 @@
 #include "driver/direct_run.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <errno.h>
 
 #include <charconv>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
-#include <map>
 #include <optional>
 
 #include "analysis/log_scan.h"
 #include "driver/console.h"
+#include "driver/ordered_pool.h"
 #include "recio/log_directory.h"
 #include "recio/log_text.h"
 #include "recio/read_ahead.h"
@@ -19,30 +24,46 @@
 namespace tabrun {
 namespace {
 
-// The logs that `paths` stand for, in order, and why the directories among them that could
-// not be listed could not be, by their place in the list.
-struct Logs {
-  std::vector<std::string> paths;
-  std::map<std::size_t, std::string> errors;
+constexpr std::size_t kNoDirectory = ~std::size_t{0};
+
+// The logs that the PATH operands stand for, in order.
+struct Batch {
+  struct Log {
+    std::size_t directory;  // index into directories, or kNoDirectory for a file PATH
+    std::string name;       // relative to that directory, or the PATH itself
+    std::string error;      // why the directory PATH could not be listed, when it could not
+  };
+  std::vector<std::string> directories;
+  std::vector<Log> logs;
+
+  // The log as its row names it: the directory PATH joined by '/' to the name (for ".",
+  // the bare name).
+  std::string PathOf(const Log& log) const {
+    if (log.directory == kNoDirectory) return log.name;
+    const std::string& directory = directories[log.directory];
+    if (directory == ".") return log.name;
+    return directory + (directory.ends_with('/') ? "" : "/") + log.name;
+  }
 };
 
-Logs LogsOf(const std::vector<std::string>& paths) {
-  Logs logs;
+Batch BatchOf(const std::vector<std::string>& paths) {
+  Batch batch;
   std::vector<std::string> names;
   for (const std::string& path : paths) {
     struct stat st;
     std::string error;
     if (stat(path.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
-      logs.paths.push_back(path);
+      batch.logs.push_back({kNoDirectory, path, {}});
     } else if (!ListLogNames(path, &names, &error)) {
-      logs.errors[logs.paths.size()] = "cannot read the directory: " + error;
-      logs.paths.push_back(path);
+      batch.logs.push_back({kNoDirectory, path, "cannot read the directory: " + error});
     } else {
-      const std::string prefix = path == "." ? "" : path.ends_with('/') ? path : path + "/";
-      for (const std::string& name : names) logs.paths.push_back(prefix + name);
+      batch.directories.push_back(path);
+      for (std::string& name : names) {
+        batch.logs.push_back({batch.directories.size() - 1, std::move(name), {}});
+      }
     }
   }
-  return logs;
+  return batch;
 }
 
 // What reading one log gives.
@@ -52,18 +73,55 @@ struct LogRead {
   std::uint64_t bytes = 0;
 };
 
-// Reads the log `path` into its row, and for a log that failed the end of it when `tail`.
-LogRead Read(const std::string& path, LogText& log, bool tail) {
-  std::string error;
-  if (log.Open(path, &error) != LogText::OpenResult::kOpened) {
-    return {UnreadableRow(path, "cannot open: " + error), {}, 0};
+// One worker's reader, and the directory it has open: entries are opened relative to their
+// directory, so that a path of any length works.
+class Reader {
+ public:
+  Reader() = default;
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+  ~Reader() {
+    if (directory_fd_ >= 0) close(directory_fd_);
   }
-  LogRead read{RowOfScan(path, ScanLog(log)), {}, 0};
-  if (tail && read.row.status != "ok") read.tail = log.LastRecords(HtmlReport::kTailRecords);
-  read.bytes = log.size();
-  if (!log.Close(&error)) read.row = UnreadableRow(path, "cannot close: " + error);
-  return read;
-}
+
+  // Reads `log` of `batch` into its row, and for a log that failed the end of it when `tail`.
+  LogRead Read(const Batch& batch, const Batch::Log& log, bool tail) {
+    std::string path = batch.PathOf(log);
+    if (!log.error.empty()) return {UnreadableRow(std::move(path), log.error), {}, 0};
+    std::string error;
+    const int directory = DirectoryFd(batch, log.directory, &error);
+    if (directory == -1 || text_.Open(directory, log.name, &error) != LogText::OpenResult::kOpened) {
+      return {UnreadableRow(std::move(path), "cannot open: " + error), {}, 0};
+    }
+    LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, 0};
+    if (tail && read.row.status != "ok") read.tail = text_.LastRecords(HtmlReport::kTailRecords);
+    read.bytes = text_.size();
+    if (!text_.Close(&error)) read.row = UnreadableRow(read.row.log, "cannot close: " + error);
+    return read;
+  }
+
+  bool cold() const { return text_.cold(); }
+
+ private:
+  // A descriptor of directory `index` of `batch`, or AT_FDCWD for kNoDirectory; -1 with the
+  // reason when it cannot be opened.
+  int DirectoryFd(const Batch& batch, std::size_t index, std::string* error) {
+    if (index == kNoDirectory) return AT_FDCWD;
+    if (index != directory_) {
+      if (directory_fd_ >= 0) close(directory_fd_);
+      directory_ = index;
+      directory_fd_ = open(batch.directories[index].c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+      if (directory_fd_ < 0) directory_error_ = std::strerror(errno);
+    }
+    if (directory_fd_ < 0) *error = directory_error_;
+    return directory_fd_;
+  }
+
+  LogText text_;
+  std::size_t directory_ = kNoDirectory;
+  int directory_fd_ = -1;
+  std::string directory_error_;
+};
 
 // When the report is said to have been made: SOURCE_DATE_EPOCH when it holds a number of
 // seconds, so that two reports of one batch can be the same to the byte, otherwise now.
@@ -80,22 +138,29 @@ std::int64_t MadeAt() {
 
 }  // namespace
 
-int RunDirect(RowFormat format, const std::vector<std::string>& paths) {
-  const Logs logs = LogsOf(paths);
-  ReadAhead ahead(logs.paths);
+int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs) {
+  const Batch batch = BatchOf(paths);
+  const bool tails = format == RowFormat::kHtml;
+  ReadAhead ahead(batch.logs.size(), [&batch](std::size_t index) {
+    return open(batch.PathOf(batch.logs[index]).c_str(),
+                O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  });
+  std::vector<Reader> readers(static_cast<std::size_t>(jobs));
+  OrderedPool<LogRead> pool(batch.logs.size(), jobs, [&](std::size_t index, int worker) {
+    Reader& reader = readers[static_cast<std::size_t>(worker)];
+    LogRead read = reader.Read(batch, batch.logs[index], tails);
+    ahead.Reached(index, reader.cold());
+    return read;
+  });
+
   Console console;
-  console.StartProgress(logs.paths.size());
+  console.StartProgress(batch.logs.size());
   if (format == RowFormat::kCsv) console.Write(CsvHeader());
   std::optional<HtmlReport> report;
   if (format == RowFormat::kHtml) report.emplace(paths, MadeAt());
-  LogText log;
   int status = 0;
-  for (std::size_t i = 0; i < logs.paths.size(); ++i) {
-    ahead.Reached(i);
-    const auto listing_error = logs.errors.find(i);
-    const LogRead read = listing_error != logs.errors.end()
-                             ? LogRead{UnreadableRow(logs.paths[i], listing_error->second), {}, 0}
-                             : Read(logs.paths[i], log, report.has_value());
+  for (std::size_t i = 0; i < batch.logs.size(); ++i) {
+    const LogRead read = pool.Next();
     if (!read.row.error.empty()) status = 1;  // unreadable, or a CPU value that is not a number
     console.Progressed(read.bytes);
     switch (format) {

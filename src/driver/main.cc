@@ -9,6 +9,7 @@
 #include "driver/command_line.h"
 #include "driver/console.h"
 #include "driver/direct_run.h"
+#include "driver/ordered_pool.h"
 #include "driver/run.h"
 #include "recio/fatal.h"
 
@@ -45,18 +46,19 @@ void OpenStandardDescriptors() {
 int main(int argc, char** argv) {
   OpenStandardDescriptors();
   const tabrun::CommandLine line = tabrun::ParseCommandLine(argc, argv);
+  const int jobs = line.jobs != 0 ? line.jobs : tabrun::UsableCpus();
   switch (line.command) {
     case tabrun::Command::kRun:
       // A closed pipe on standard output becomes a write error with a message, not a silent
       // death that would leave log.res unflushed.
       signal(SIGPIPE, SIG_IGN);
-      return tabrun::RunBatch();
+      return tabrun::RunBatch(jobs);
     case tabrun::Command::kCsv:
-      return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths);
+      return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths, jobs);
     case tabrun::Command::kJson:
-      return tabrun::RunDirect(tabrun::RowFormat::kJson, line.paths);
+      return tabrun::RunDirect(tabrun::RowFormat::kJson, line.paths, jobs);
     case tabrun::Command::kHtml:
-      return tabrun::RunDirect(tabrun::RowFormat::kHtml, line.paths);
+      return tabrun::RunDirect(tabrun::RowFormat::kHtml, line.paths, jobs);
     case tabrun::Command::kHelp:
       return Print(tabrun::HelpText());
     case tabrun::Command::kVersion:

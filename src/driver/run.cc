@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -13,6 +14,7 @@
 #include "analysis/log_scan.h"
 #include "driver/console.h"
 #include "driver/listing.h"
+#include "driver/ordered_pool.h"
 #include "recio/fatal.h"
 #include "recio/log_text.h"
 #include "recio/output_unit.h"
@@ -45,6 +47,16 @@ class Streams {
     const int fd = OutputUnit::CreateFile(kResultsFile, &error);
     if (fd < 0) Fatal(kResultsUnit, kResultsFile, "cannot open", error);
     results_.emplace(fd);
+    results_fd_ = fd;
+  }
+  // The files that log.res and standard output are.
+  std::vector<struct stat> WrittenFiles() const {
+    std::vector<struct stat> files;
+    for (const int fd : {results_fd_, STDOUT_FILENO}) {
+      struct stat st;
+      if (fd >= 0 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) files.push_back(st);
+    }
+    return files;
   }
   void CloseResults() {
     std::string error;
@@ -60,6 +72,7 @@ class Streams {
 
  private:
   std::optional<OutputUnit> results_;
+  int results_fd_ = -1;
 };
 
 // What the scans of one batch add up to.
@@ -90,22 +103,51 @@ std::vector<std::string> LoadListing(LogText& text, Streams& out) {
   return entries;
 }
 
-// Scans the log `path` of one non-blank listing entry, or reports it as not found, and adds
-// what it says to the batch and to the outputs. Returns the bytes the log held.
-std::uint64_t SummariseLog(const std::string& path, LogText& log, BatchState* batch, Streams& out) {
+// What reading one listed log gives.
+struct LogRead {
+  LogText::OpenResult open = LogText::OpenResult::kOpened;
+  bool written = false;  // the log is a file this run writes: it is read at its turn
+  RunScan scan;
+  bool closed = true;
+  std::string error;  // why the open or the close failed
+  std::uint64_t bytes = 0;
+};
+
+// Opens and scans the log `path`, unless it is one of the files in `written`.
+LogRead ReadLog(const std::string& path, LogText& log, const std::vector<struct stat>& written) {
+  LogRead read;
+  read.open = log.Open(path, &read.error);
+  if (read.open != LogText::OpenResult::kOpened) return read;
+  for (const struct stat& file : written) read.written = read.written || log.Is(file);
+  if (read.written) {
+    log.Close();
+    return read;
+  }
+  read.scan = ScanLog(log);
+  read.bytes = log.size();
+  read.closed = log.Close(&read.error);
+  return read;
+}
+
+// Adds what the log `path` of one non-blank listing entry says to the batch and to the
+// outputs, or reports it as not found, as if it were read now.
+void SummariseLog(const std::string& path, LogRead read, LogText& log, BatchState* batch,
+                  Streams& out) {
+  // Read it now, when it holds what the run has written to it so far.
+  if (read.written) read = ReadLog(path, log, {});
+  out.console.Progressed(read.bytes);
   const FixedText log_name(path);
-  std::string error;
-  switch (log.Open(path, &error)) {
+  switch (read.open) {
     case LogText::OpenResult::kOpened:
       break;
     case LogText::OpenResult::kMissing:
       out.console.Write(NotFoundLine(log_name));
       ++batch->failures;
-      return 0;
+      return;
     case LogText::OpenResult::kFailed:
-      out.Fatal(kLogUnit, path, "cannot open", error);
+      out.Fatal(kLogUnit, path, "cannot open", read.error);
   }
-  const RunScan scan = ScanLog(log);
+  const RunScan& scan = read.scan;
   if (scan.outcome == RunOutcome::kBadCpuValue) {
     out.Fatal(kLogUnit, path, kBadCpuWhat, BadCpuReason(scan));
   }
@@ -119,14 +161,12 @@ std::uint64_t SummariseLog(const std::string& path, LogText& log, BatchState* ba
   const RunLines lines = LinesOfRun(scan, log_name);
   out.ToResults(lines.results);
   out.console.Write(lines.console);
-  const std::uint64_t bytes = log.size();
-  if (!log.Close(&error)) out.Fatal(kLogUnit, path, "cannot close", error);
-  return bytes;
+  if (!read.closed) out.Fatal(kLogUnit, path, "cannot close", read.error);
 }
 
 }  // namespace
 
-int RunBatch() {
+int RunBatch(int jobs) {
   Streams out;
   out.console.Write(Banner());
   // The banner must be out before anything the listing command prints.
@@ -152,13 +192,22 @@ int RunBatch() {
   for (const std::string& entry : listing) {
     if (!entry.empty()) paths.emplace_back(NameOfEntry(entry));
   }
-  ReadAhead ahead(paths);
+  // Workers read the logs ahead of the writer; log.res and standard output, which this run
+  // writes, are read by the writer itself at their turn, as they stand then.
+  const std::vector<struct stat> written = out.WrittenFiles();
+  ReadAhead ahead(paths.size(), [&paths](std::size_t index) {
+    return open(paths[index].c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  });
+  std::vector<LogText> texts(static_cast<std::size_t>(jobs));
+  OrderedPool<LogRead> pool(paths.size(), jobs, [&](std::size_t index, int worker) {
+    LogText& log = texts[static_cast<std::size_t>(worker)];
+    LogRead read = ReadLog(paths[index], log, written);
+    ahead.Reached(index, log.cold());
+    return read;
+  });
   out.console.StartProgress(paths.size());
   BatchState batch;
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    ahead.Reached(i);
-    out.console.Progressed(SummariseLog(paths[i], text, &batch, out));
-  }
+  for (const std::string& path : paths) SummariseLog(path, pool.Next(), text, &batch, out);
 
   out.console.Write(TotalSecondsLine(batch.cpu_total));
   out.ToResults(TotalSecondsLine(batch.cpu_total));

@@ -10,8 +10,9 @@ inline constexpr char kListingCommand[] = "ls -l *.log > list_log";
 
 // Summarises the batch in the current directory: runs the listing command, reads list_log,
 // writes log.res and the console lines, and returns the exit status (0). A fatal I/O error
-// ends the program from inside, after writing out what both outputs had been given.
-int RunBatch();
+// ends the program from inside, after writing out what both outputs had been given. `jobs`
+// threads read the logs; the output does not depend on their number.
+int RunBatch(int jobs);
 
 }  // namespace tabrun
 

@@ -18,7 +18,8 @@ bool ListLogNames(const std::string& path, std::vector<std::string>* names, std:
   names->clear();
   errno = 0;
   while (const dirent* entry = readdir(dir)) {
-    if (std::string_view(entry->d_name).ends_with(".log")) names->emplace_back(entry->d_name);
+    const std::string_view name = entry->d_name;
+    if (name.ends_with(".log") && !name.starts_with('.')) names->emplace_back(name);
   }
   const int read_errno = errno;
   closedir(dir);

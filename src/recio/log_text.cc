@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,13 +15,19 @@ namespace tabrun {
 namespace {
 
 // Reads up to `length` bytes at `offset`; returns how many arrived before the end of the file
-// or an error.
-std::size_t ReadAt(int fd, char* out, std::size_t length, std::uint64_t offset) {
-  std::size_t have = 0;
+// or an error. Sets *cold when some of them had to come from the disk.
+std::size_t ReadAt(int fd, char* out, std::size_t length, std::uint64_t offset, bool* cold) {
+  // A read that must not wait takes what the page cache holds; where that is not everything,
+  // it has set the kernel's read-ahead going, and the plain reads below wait for the rest.
+  iovec vector = {out, length};
+  const ssize_t cached = preadv2(fd, &vector, 1, static_cast<off_t>(offset), RWF_NOWAIT);
+  if (cached < 0 && errno == EAGAIN) *cold = true;
+  std::size_t have = cached > 0 ? static_cast<std::size_t>(cached) : 0;
   while (have < length) {
     const ssize_t got = pread(fd, out + have, length - have, static_cast<off_t>(offset + have));
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
+    if (cached > 0) *cold = true;  // the cache held only the start
     have += static_cast<std::size_t>(got);
   }
   return have;
@@ -30,19 +37,20 @@ std::size_t ReadAt(int fd, char* out, std::size_t length, std::uint64_t offset) 
 
 LogText::LogText(std::size_t window) : window_(std::max(window, kMinWindow)) {}
 
-LogText::OpenResult LogText::Open(const std::string& path, std::string* error) {
+LogText::OpenResult LogText::Open(int directory, const std::string& path, std::string* error) {
   Close();
+  cold_ = false;
   // A name holding a NUL byte cannot name a file.
   if (path.find('\0') != std::string::npos) {
     *error = std::strerror(ENOENT);
     return OpenResult::kMissing;
   }
   // O_NONBLOCK keeps a fifo that was listed by accident from blocking the open.
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  const int fd = openat(directory, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) {
     const int open_errno = errno;
     struct stat st;
-    const bool missing = stat(path.c_str(), &st) != 0;
+    const bool missing = fstatat(directory, path.c_str(), &st, 0) != 0;
     *error = std::strerror(missing ? errno : open_errno);
     return missing ? OpenResult::kMissing : OpenResult::kFailed;
   }
@@ -59,6 +67,8 @@ LogText::OpenResult LogText::Open(const std::string& path, std::string* error) {
     return OpenResult::kFailed;
   }
   fd_ = fd;
+  device_ = st.st_dev;
+  inode_ = st.st_ino;
   size_ = static_cast<std::uint64_t>(st.st_size);
   // Files in /proc, and some on network and FUSE file systems, say they are empty and still
   // hold bytes: such a file is read to its end to learn its length. Fill ends the text at the
@@ -89,7 +99,7 @@ void LogText::Fill(std::uint64_t offset) {
   if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(window_);
   const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(window_, size_ - offset));
   buffer_offset_ = offset;
-  buffer_length_ = ReadAt(fd_, buffer_.get(), want, offset);
+  buffer_length_ = ReadAt(fd_, buffer_.get(), want, offset, &cold_);
   if (buffer_length_ < want) size_ = offset + buffer_length_;
 }
 

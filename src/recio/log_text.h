@@ -3,6 +3,9 @@
 #ifndef TABRUN_RECIO_LOG_TEXT_H_
 #define TABRUN_RECIO_LOG_TEXT_H_
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -44,14 +47,25 @@ class LogText {
   LogText(const LogText&) = delete;
   LogText& operator=(const LogText&) = delete;
 
-  // Opens `path` for reading, closing whatever was open before, and puts the reason in *error
-  // when it cannot. A directory, or anything else that is not a regular file, fails. A file
-  // that says it is empty is read to its end at once, to learn how long it really is.
-  OpenResult Open(const std::string& path, std::string* error);
+  // Opens `path`, relative to the open directory `directory` (or to the working directory
+  // for AT_FDCWD), for reading, closing whatever was open before, and puts the reason in
+  // *error when it cannot. A directory, or anything else that is not a regular file, fails. A
+  // file that says it is empty is read to its end at once, to learn how long it really is.
+  OpenResult Open(int directory, const std::string& path, std::string* error);
+  OpenResult Open(const std::string& path, std::string* error) {
+    return Open(AT_FDCWD, path, error);
+  }
 
   // Closes the file; harmless when nothing is open. Returns false with the operating
   // system's reason in *error when the close fails.
   bool Close(std::string* error = nullptr);
+
+  // True when some bytes read since the last Open had to come from the disk: they were not in
+  // the page cache.
+  bool cold() const { return cold_; }
+
+  // True when the open file is the file `st` describes.
+  bool Is(const struct stat& st) const { return st.st_dev == device_ && st.st_ino == inode_; }
 
   // The length of the text in bytes. A file that turns out shorter than it said, or a read
   // error, ends the text where the bytes stopped: size() then shrinks to that point.
@@ -97,6 +111,9 @@ class LogText {
   std::unique_ptr<char[]> buffer_;   // window_ bytes, made on the first read
   std::uint64_t buffer_offset_ = 0;  // file offset of buffer_[0]
   std::size_t buffer_length_ = 0;    // valid bytes in buffer_
+  dev_t device_ = 0;                 // the open file
+  ino_t inode_ = 0;
+  bool cold_ = false;
 };
 
 }  // namespace tabrun

@@ -7,45 +7,35 @@
 #include <system_error>
 
 namespace tabrun {
-namespace {
 
-void Advise(const std::string& path) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (fd < 0) return;
-  // The kernel stops at the end of the file; anything but a regular file just says no.
-  posix_fadvise(fd, 0, ReadAhead::kStartBytes, POSIX_FADV_WILLNEED);
-  close(fd);
-}
-
-}  // namespace
-
-ReadAhead::ReadAhead(const std::vector<std::string>& paths) : paths_(paths) {
-  if (paths_.size() < 2) return;
-  try {
-    thread_ = std::thread(&ReadAhead::Run, this);
-  } catch (const std::system_error&) {
-    // Without a thread the logs are still read, only without help.
-  }
-}
+ReadAhead::ReadAhead(std::size_t count, Open open) : count_(count), open_(std::move(open)) {}
 
 ReadAhead::~ReadAhead() {
-  if (!thread_.joinable()) return;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     stop_ = true;
   }
   wake_.notify_one();
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
 }
 
-void ReadAhead::Reached(std::size_t index) {
+void ReadAhead::Reached(std::size_t index, bool cold) {
+  if (!cold && !started_.load(std::memory_order_relaxed)) return;
   bool wake = false;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
-    reached_ = index;
+    if (!started_.load(std::memory_order_relaxed)) {
+      started_.store(true, std::memory_order_relaxed);
+      try {
+        thread_ = std::thread(&ReadAhead::Run, this);
+      } catch (const std::system_error&) {
+        return;  // without the thread the logs are still read, only without help
+      }
+    }
+    reached_ = std::max(reached_, index);
     // The thread sleeps until half of its window has been read: waking it for every log
-    // would cost a warm batch more than all the advice.
-    wake = index + kLogs / 2 >= asked_;
+    // would cost more than the advice.
+    wake = reached_ + kLogs / 2 >= asked_;
   }
   if (wake) wake_.notify_one();
 }
@@ -53,16 +43,21 @@ void ReadAhead::Reached(std::size_t index) {
 void ReadAhead::Run() {
   std::unique_lock<std::mutex> lock(mutex_);
   while (!stop_) {
-    // The log read first is not asked for: it is read right away.
+    // The logs up to the furthest one read are being read already.
     asked_ = std::max(asked_, reached_ + 1);
-    if (asked_ >= paths_.size()) return;
+    if (asked_ >= count_) return;
     if (asked_ > reached_ + kLogs) {
       wake_.wait(lock);
       continue;
     }
-    const std::string& path = paths_[asked_++];
+    const std::size_t index = asked_++;
     lock.unlock();
-    Advise(path);
+    const int fd = open_(index);
+    if (fd >= 0) {
+      // The kernel stops at the end of the file; anything but a regular file just says no.
+      posix_fadvise(fd, 0, kStartBytes, POSIX_FADV_WILLNEED);
+      close(fd);
+    }
     lock.lock();
   }
 }

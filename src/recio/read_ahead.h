@@ -1,23 +1,26 @@
-// Asking the kernel for the next logs of a batch while the current one is read.
+// Asking the kernel for the next logs of a batch while the current ones are read.
 
 #ifndef TABRUN_RECIO_READ_AHEAD_H_
 #define TABRUN_RECIO_READ_AHEAD_H_
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <functional>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace tabrun {
 
 // Keeps the disk busy on a cold cache: while log i is read, the kernel is already reading
 // the next kLogs logs. A thread of its own opens each of them, asks for at most its first
-// kStartBytes with posix_fadvise and closes it again, so asking costs the reader nothing, at
+// kStartBytes with posix_fadvise and closes it again, so asking costs the readers nothing, at
 // most one extra file descriptor is open at any time, and at most kLogs * kStartBytes bytes
-// are asked for ahead of the reader. Of a big log only the start is asked for: from there on
-// the kernel's own read-ahead for sequential reading does better.
+// are asked for ahead of the readers. Of a big log only the start is asked for: from there
+// on the kernel's own read-ahead for sequential reading does better.
+//
+// A warm cache pays nothing for it: the thread starts only when a reader says that a log had
+// to come from the disk, and before that Reached costs one atomic load.
 //
 // The advice is only a hint. A log that is missing, unreadable, changed or replaced by the
 // time it is read is read as it is then, and nothing here reports an error.
@@ -26,23 +29,29 @@ class ReadAhead {
   static constexpr std::size_t kLogs = 16;
   static constexpr std::size_t kStartBytes = 1 << 20;
 
-  // `paths` are the logs in the order in which they will be read; they must outlive this.
-  explicit ReadAhead(const std::vector<std::string>& paths);
+  // Opens log `index` of the batch for reading and returns the descriptor, or -1.
+  using Open = std::function<int(std::size_t index)>;
+
+  // `count` logs, read roughly in the order of their indices.
+  ReadAhead(std::size_t count, Open open);
   ~ReadAhead();
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
 
-  // Says that log `index` of the paths is about to be read.
-  void Reached(std::size_t index);
+  // Says that log `index` has been read, and whether some of it had to come from the disk.
+  // Safe to call from several threads.
+  void Reached(std::size_t index, bool cold);
 
  private:
   void Run();
 
-  const std::vector<std::string>& paths_;
+  const std::size_t count_;
+  const Open open_;
+  std::atomic<bool> started_{false};
   std::mutex mutex_;
   std::condition_variable wake_;
-  std::size_t reached_ = 0;  // guarded by mutex_, as the two below
-  std::size_t asked_ = 1;    // the thread has asked for the logs before this one
+  std::size_t reached_ = 0;  // guarded by mutex_, as the two below: the furthest log read
+  std::size_t asked_ = 0;    // the thread has asked for the logs before this one
   bool stop_ = false;
   std::thread thread_;
 };

@@ -6,6 +6,7 @@
 #include <sched.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
@@ -27,18 +28,24 @@ inline int UsableCpus() {
 // Runs work(index, worker) for every index from 0 to count - 1 on up to `jobs` threads, and
 // hands the results back in the order of the indices through Next(). `worker` is the number of
 // the thread that does the work, from 0 to jobs - 1, so that each thread can keep state of its
-// own in a slot of the caller's. Indices are taken in order; at most kAhead results wait to be
-// taken, so memory does not grow with `count`: a thread that gets that far ahead of Next()
-// waits. With one job, or when no thread can be started, no thread is started and Next() does
+// own in a slot of the caller's. Indices are taken in order; at most `ahead` results are
+// made or wait to be taken at any time, so memory does not grow with `count`: a thread that
+// gets that far ahead of Next() waits. With one job, or when no thread can be started, no thread is started and Next() does
 // the work itself, one index at a time.
+//
+// Next() sleeps as little as it can: when the next result is not there yet, it waits for a
+// batch of kBatch results rather than for one, so that a batch of small logs wakes it once per
+// batch and not once per log.
 template <typename Result>
 class OrderedPool {
  public:
   static constexpr std::size_t kAhead = 256;
+  static constexpr std::size_t kBatch = 16;
   using Work = std::function<Result(std::size_t index, int worker)>;
 
-  OrderedPool(std::size_t count, int jobs, Work work)
-      : count_(count), work_(std::move(work)), slots_(kAhead) {
+  // REQUIRES: ahead >= 1.
+  OrderedPool(std::size_t count, int jobs, Work work, std::size_t ahead = kAhead)
+      : count_(count), ahead_(ahead), work_(std::move(work)), slots_(ahead) {
     const auto threads = std::min<std::size_t>(static_cast<std::size_t>(std::max(jobs, 1)), count);
     for (std::size_t t = 0; threads > 1 && t < threads; ++t) {
       try {
@@ -63,51 +70,84 @@ class OrderedPool {
 
   // The result for the next index, once it is there. REQUIRES: called at most count times.
   Result Next() {
-    if (threads_.empty()) return work_(taken_++, 0);
-    std::unique_lock<std::mutex> lock(mutex_);
-    std::optional<Result>& slot = slots_[taken_ % kAhead];
-    waiting_for_ = taken_;
-    ready_.wait(lock, [&] { return slot.has_value(); });
-    Result result = std::move(*slot);
-    slot.reset();
-    ++taken_;
-    const bool wake = threads_waiting_ > 0;
-    lock.unlock();
-    if (wake) room_.notify_all();
+    const std::size_t index = taken_.load(std::memory_order_relaxed);
+    if (threads_.empty()) {
+      taken_.store(index + 1, std::memory_order_relaxed);
+      return work_(index, 0);
+    }
+    Slot& slot = slots_[index % ahead_];
+    if (!slot.full.load(std::memory_order_acquire)) WaitFor(index);
+    Result result = std::move(*slot.result);
+    slot.result.reset();
+    slot.full.store(false, std::memory_order_relaxed);
+    taken_.store(index + 1);
+    if (room_waiters_.load() > 0) {
+      { const std::lock_guard<std::mutex> lock(mutex_); }
+      room_.notify_all();
+    }
     return result;
   }
 
  private:
-  void Run(int worker) {
+  // A result waiting to be taken; the result of index i waits in slot i % ahead_.
+  struct Slot {
+    std::optional<Result> result;
+    std::atomic<bool> full{false};  // result is there; set by a thread, cleared by Next()
+  };
+  static constexpr std::size_t kNobody = ~std::size_t{0};
+
+  // Sleeps until the result of `index` is there, and when the index at the end of its batch
+  // is not done either, until that one is too.
+  void WaitFor(std::size_t index) {
+    const std::size_t batch_end = std::min({index + kBatch, index + ahead_, count_}) - 1;
+    const std::size_t wanted =
+        slots_[batch_end % ahead_].full.load() ? index : batch_end;  // else `index` lags
     std::unique_lock<std::mutex> lock(mutex_);
-    while (!stop_ && claimed_ < count_) {
-      if (claimed_ >= taken_ + kAhead) {
-        ++threads_waiting_;
-        room_.wait(lock);
-        --threads_waiting_;
-        continue;
+    wanted_.store(wanted);
+    ready_.wait(lock, [&] { return slots_[wanted % ahead_].full.load(); });
+    wanted_.store(kNobody);
+    lock.unlock();
+    // `wanted` may be done before `index`.
+    if (!slots_[index % ahead_].full.load(std::memory_order_acquire)) WaitFor(index);
+  }
+
+  void Run(int worker) {
+    for (;;) {
+      const std::size_t index = claimed_.fetch_add(1, std::memory_order_relaxed);
+      if (index >= count_) return;
+      // The slot is free once Next() has taken the result `ahead_` indices before this one.
+      if (index >= taken_.load() + ahead_) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        ++room_waiters_;
+        room_.wait(lock, [&] { return stop_ || index < taken_.load() + ahead_; });
+        --room_waiters_;
+        if (stop_) return;
       }
-      const std::size_t index = claimed_++;
-      lock.unlock();
-      Result result = work_(index, worker);
-      lock.lock();
-      slots_[index % kAhead] = std::move(result);
-      if (index == waiting_for_) ready_.notify_one();
+      Slot& slot = slots_[index % ahead_];
+      slot.result.emplace(work_(index, worker));
+      slot.full.store(true);
+      if (wanted_.load() == index) {
+        { const std::lock_guard<std::mutex> lock(mutex_); }
+        ready_.notify_one();
+      }
     }
   }
 
   const std::size_t count_;
+  const std::size_t ahead_;
   const Work work_;
+  std::vector<Slot> slots_;
+  std::atomic<std::size_t> claimed_{0};        // indices handed to the threads
+  std::atomic<std::size_t> taken_{0};          // results handed out by Next()
+  std::atomic<std::size_t> wanted_{kNobody};   // the index whose result wakes Next()
+  std::atomic<int> room_waiters_{0};           // threads waiting for a free slot
+  // Sleeping, and stopping. The atomics above are stored before and loaded after each other in
+  // one total order on both sides (sequentially consistent), so that a thread that has just
+  // filled or freed a slot sees a sleeper that could not see it, and wakes it.
   std::mutex mutex_;
-  std::condition_variable ready_;  // the result Next() waits for has come
-  std::condition_variable room_;   // Next() has taken a result
-  // Guarded by mutex_, as all below: the result of index i waits in slot i % kAhead.
-  std::vector<std::optional<Result>> slots_;
-  std::size_t taken_ = 0;           // results handed out by Next()
-  std::size_t claimed_ = 0;         // indices handed to the threads
-  std::size_t waiting_for_ = ~std::size_t{0};  // the index Next() waits for
-  int threads_waiting_ = 0;         // threads waiting for room
-  bool stop_ = false;
+  std::condition_variable ready_;  // for Next()
+  std::condition_variable room_;   // for threads that wait for a free slot
+  bool stop_ = false;              // guarded by mutex_
   std::vector<std::thread> threads_;
 };
 

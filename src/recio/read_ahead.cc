@@ -1,6 +1,8 @@
 #include "recio/read_ahead.h"
 
+#include <errno.h>
 #include <fcntl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,24 +22,41 @@ ReadAhead::~ReadAhead() {
 }
 
 void ReadAhead::Reached(std::size_t index, bool cold) {
-  if (!cold && !started_.load(std::memory_order_relaxed)) return;
+  if (!cold && !active_.load(std::memory_order_relaxed)) return;
   bool wake = false;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (!started_.load(std::memory_order_relaxed)) {
-      started_.store(true, std::memory_order_relaxed);
-      try {
-        thread_ = std::thread(&ReadAhead::Run, this);
-      } catch (const std::system_error&) {
-        return;  // without the thread the logs are still read, only without help
+    reached_ = std::max(reached_, index);
+    if (cold) {
+      active_.store(true, std::memory_order_relaxed);
+      cached_in_a_row_ = 0;
+      if (!thread_.joinable()) {
+        try {
+          thread_ = std::thread(&ReadAhead::Run, this);
+        } catch (const std::system_error&) {
+          // Without the thread the logs are still read, only without help.
+        }
       }
     }
-    reached_ = std::max(reached_, index);
     // The thread sleeps until half of its window has been read: waking it for every log
     // would cost more than the advice.
-    wake = reached_ + kLogs / 2 >= asked_;
+    wake = active_.load(std::memory_order_relaxed) && reached_ + kLogs / 2 >= asked_;
   }
   if (wake) wake_.notify_one();
+}
+
+bool ReadAhead::Advise(std::size_t index) {
+  const int fd = open_(index);
+  if (fd < 0) return false;
+  char byte;
+  iovec vector = {&byte, 1};
+  // A read that must not wait fails on a page that is not cached, and sets the kernel's own
+  // read-ahead going for it.
+  const bool cold = preadv2(fd, &vector, 1, 0, RWF_NOWAIT) < 0 && errno == EAGAIN;
+  // The kernel stops at the end of the file; anything but a regular file just says no.
+  if (cold) posix_fadvise(fd, 0, kStartBytes, POSIX_FADV_WILLNEED);
+  close(fd);
+  return cold;
 }
 
 void ReadAhead::Run() {
@@ -46,19 +65,16 @@ void ReadAhead::Run() {
     // The logs up to the furthest one read are being read already.
     asked_ = std::max(asked_, reached_ + 1);
     if (asked_ >= count_) return;
-    if (asked_ > reached_ + kLogs) {
+    if (!active_.load(std::memory_order_relaxed) || asked_ > reached_ + kLogs) {
       wake_.wait(lock);
       continue;
     }
     const std::size_t index = asked_++;
     lock.unlock();
-    const int fd = open_(index);
-    if (fd >= 0) {
-      // The kernel stops at the end of the file; anything but a regular file just says no.
-      posix_fadvise(fd, 0, kStartBytes, POSIX_FADV_WILLNEED);
-      close(fd);
-    }
+    const bool cold = Advise(index);
     lock.lock();
+    cached_in_a_row_ = cold ? 0 : cached_in_a_row_ + 1;
+    if (cached_in_a_row_ >= kLogs) active_.store(false, std::memory_order_relaxed);
   }
 }
 

@@ -19,8 +19,11 @@ namespace tabrun {
 // are asked for ahead of the readers. Of a big log only the start is asked for: from there
 // on the kernel's own read-ahead for sequential reading does better.
 //
-// A warm cache pays nothing for it: the thread starts only when a reader says that a log had
-// to come from the disk, and before that Reached costs one atomic load.
+// A warm cache pays nothing for it. The thread starts only when a reader says that a log had
+// to come from the disk; it first asks whether the start of each log is in the page cache
+// (with a read that must not wait), advises only the logs whose start is not, and goes back to
+// sleep after kLogs cached logs in a row, until a reader finds a cold log again. While it
+// sleeps, Reached costs one atomic load.
 //
 // The advice is only a hint. A log that is missing, unreadable, changed or replaced by the
 // time it is read is read as it is then, and nothing here reports an error.
@@ -45,13 +48,17 @@ class ReadAhead {
  private:
   void Run();
 
+  // Asks for log `index`; returns false when its start was in the page cache already.
+  bool Advise(std::size_t index);
+
   const std::size_t count_;
   const Open open_;
-  std::atomic<bool> started_{false};
+  std::atomic<bool> active_{false};  // the batch looks cold: the thread advises
   std::mutex mutex_;
   std::condition_variable wake_;
-  std::size_t reached_ = 0;  // guarded by mutex_, as the two below: the furthest log read
-  std::size_t asked_ = 0;    // the thread has asked for the logs before this one
+  std::size_t reached_ = 0;  // guarded by mutex_, as all below: the furthest log read
+  std::size_t asked_ = 0;    // the thread has looked at the logs before this one
+  std::size_t cached_in_a_row_ = 0;
   bool stop_ = false;
   std::thread thread_;
 };

@@ -26,10 +26,12 @@ class MemoryLog {
   }
   ~MemoryLog() { close(fd_); }
 
+  // A path that opens the memory file.
+  std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
   // Opens the memory file again in `text`, from its start.
   LogText::OpenResult Reopen() {
     std::string error;
-    return text.Open("/proc/self/fd/" + std::to_string(fd_), &error);
+    return text.Open(path(), &error);
   }
   // Cuts the file short behind the reader's back; false when that fails.
   bool Truncate(off_t length) { return ftruncate(fd_, length) == 0; }

@@ -1,0 +1,58 @@
+// Fuzzer for the worker pool over a batch: the input, split at NUL bytes, is a batch of logs
+// that 1 to 4 threads scan with windows of their own while the writer takes the scans in order
+// through a window of 1 to 8; every scan must be the one a single thread makes.
+
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "analysis/log_scan.h"
+#include "driver/ordered_pool.h"
+#include "recio/memory_log.h"
+
+namespace {
+
+// The fields of a scan that the summary and the rows use.
+std::string Describe(const tabrun::RunScan& s) {
+  return std::to_string(static_cast<int>(s.outcome)) + s.control_file + '|' + s.cpu_value_text +
+         '|' + s.cpu_text + '|' + s.result_record + '|' + s.result_text;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  if (size < 2) return 0;
+  const int jobs = 1 + bytes[0] % 4;
+  const std::size_t ahead = 1 + bytes[1] % 8;
+  const std::string_view data(reinterpret_cast<const char*>(bytes) + 2, size - 2);
+  std::vector<std::unique_ptr<tabrun::MemoryLog>> logs;
+  std::vector<std::string> want;
+  for (std::size_t at = 0, end; at <= data.size() && logs.size() < 64; at = end + 1) {
+    end = std::min(data.find('\0', at), data.size());
+    logs.push_back(std::make_unique<tabrun::MemoryLog>(data.substr(at, end - at)));
+    want.push_back(Describe(tabrun::ScanLog(logs.back()->text)));
+  }
+  std::vector<tabrun::LogText> texts(static_cast<std::size_t>(jobs));
+  tabrun::OrderedPool<std::string> pool(
+      logs.size(), jobs,
+      [&](std::size_t index, int worker) {
+        tabrun::LogText& text = texts[static_cast<std::size_t>(worker)];
+        std::string error;
+        if (text.Open(logs[index]->path(), &error) != tabrun::LogText::OpenResult::kOpened) {
+          return "cannot open: " + error;
+        }
+        return Describe(tabrun::ScanLog(text));
+      },
+      ahead);
+  for (std::size_t i = 0; i < logs.size(); ++i) {
+    const std::string got = pool.Next();
+    if (got != want[i]) {
+      std::cerr << "log " << i << " of " << logs.size() << ", " << jobs << " jobs: got \"" << got
+                << "\", want \"" << want[i] << "\"\n";
+      std::abort();
+    }
+  }
+  return 0;
+}

@@ -102,31 +102,38 @@
     return out.slice(0, k);
   }
 
+  // A number per row that sorts as the column's cells do, NaN for an empty cell: the number
+  // itself, or the place of the text (or code name) among the column's texts; made once.
+  function sortKey(c) {
+    if (c.type === 'number' || c.key) return c.key || c.data;
+    if (c.type === 'code') {
+      const names = c.values.filter((v) => v).sort();
+      const place = c.values.map((v) => (v ? names.indexOf(v) : NaN));
+      c.key = Float64Array.from(c.data, (code) => place[code]);
+      return c.key;
+    }
+    const text = c.data;
+    const order = Uint32Array.from(text.keys());
+    order.sort((a, b) => (text[a] < text[b] ? -1 : text[a] > text[b] ? 1 : 0));
+    c.key = new Float64Array(n);
+    let place = 0;
+    order.forEach((r, i) => {
+      if (i > 0 && text[r] !== text[order[i - 1]]) place++;
+      c.key[r] = text[r] === '' ? NaN : place;
+    });
+    return c.key;
+  }
+
   // The rows sorted by the sort column; empty cells last in either direction, ties in row order.
   function sortRows(rows) {
     if (!state.sort) return rows;
-    const c = col[state.sort];
+    const key = sortKey(col[state.sort]);
     const dir = state.desc ? -1 : 1;
-    let empty;
-    let compare;
-    if (c.type === 'text') {
-      const s = c.data;
-      empty = (r) => s[r] === '';
-      compare = (a, b) => (s[a] < s[b] ? -dir : s[a] > s[b] ? dir : a - b);
-    } else {
-      let key = c.data;
-      if (c.type === 'code') {  // by the names of the codes; the empty name is an empty cell
-        const names = c.values.filter((v) => v).sort();
-        const rank = c.values.map((v) => (v ? names.indexOf(v) : NaN));
-        key = Float64Array.from(c.data, (code) => rank[code]);
-      }
-      empty = (r) => Number.isNaN(key[r]);
-      compare = (a, b) => (key[a] - key[b]) * dir || a - b;
-    }
-    const full = rows.filter((r) => !empty(r)).sort(compare);
+    const full = rows.filter((r) => !Number.isNaN(key[r]));
+    full.sort((a, b) => (key[a] - key[b]) * dir || a - b);
     const out = new Uint32Array(rows.length);
     out.set(full);
-    out.set(rows.filter(empty), full.length);
+    out.set(rows.filter((r) => Number.isNaN(key[r])), full.length);
     return out;
   }
 

@@ -25,7 +25,9 @@ die() { echo "bench/page.sh: $*" >&2 && exit 2; }
 while (($#)); do
   case $1 in
     --smoke) smoke=1 ;;
-    --scratch | --tabrun) (($# >= 2)) || die "missing value after $1"; declare "${1#--}=$2" && shift ;;
+    --scratch | --tabrun)
+      (($# >= 2)) || die "missing value after $1"
+      declare "${1#--}=$2" && shift ;;
     -h | --help) sed -n '2,/^$/s/^# \{0,1\}//p' "${BASH_SOURCE[0]}" && exit 0 ;;
     *) die "unknown option $1 (try --help)" ;;
   esac
@@ -93,8 +95,9 @@ target() { # WHAT VALUE LIMIT
 }
 target "empty page, bytes" "$empty" 150000
 target "200,000 runs (or the smoke run's), bytes" "$(wc -c <"$scratch/r$big.html")" 15000000
-target "bytes per 1,000 runs above the empty page" \
-  "$(awk -v b="$(wc -c <"$scratch/r$big.html")" -v e="$empty" -v n=$big 'BEGIN { printf "%.0f", (b - e) * 1000 / n }')" 50000
+per=$(awk -v b="$(wc -c <"$scratch/r$big.html")" -v e="$empty" -v n=$big \
+  'BEGIN { printf "%.0f", (b - e) * 1000 / n }')
+target "bytes per 1,000 runs above the empty page" "$per" 50000
 for r in $ratios; do target "tabrun --html / tabrun --csv, ${r%:*}" "${r#*:}" 1.2; done
 ms() { sed -n "s/^$1.*$2 \([0-9]*\) ms.*/\1/p" "$scratch/browser.txt" | head -1; }
 target "load to data-ready, $mid runs, ms" "$(ms "r$mid.html" data-ready)" 300

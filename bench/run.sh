@@ -72,7 +72,8 @@ corpora=("A ${sizes[0]} ordinary 11 cat:2 grep:0.5 direct:1.1 ccat:1.3 html:1.2"
   "B ${sizes[1]} annealing 12 cat:2 grep:0.5 direct:1.1 html:1.2"
   "C ${sizes[2]} mixed 13 cat:1 lscat:1.5 direct:1.1 ccat:0.5 cgrep:0.6 html:1.2"
   "D ${sizes[3]} mixed 14 cat:2 direct:1.1 html:1.2" "F ${sizes[4]} mixed 15 html:1.2")
-fmt="%-2s %6s %6s | %6s %6s %6s %6s %6s | %5s %5s %5s %5s | %6s %6s %6s %6s | %5s %5s | %6s %5s | %5s"
+fmt="%-2s %6s %6s | %6s %6s %6s %6s %6s | %5s %5s %5s %5s | %6s %6s %6s %6s | %5s %5s"
+fmt+=" | %6s %5s | %5s"
 gen_hash=$(sha256sum <"$repo/bench/gen_corpus.cc")
 files="find . -name '*.log' -print0 | xargs -0"
 declare -A cmd=([tabrun]="'$tabrun' >/dev/null" [direct]="'$tabrun' --csv . >/dev/null"
@@ -150,7 +151,8 @@ measure() { # NAME LOGS SIZE KIND SEED TARGET...: appends a table row to $scratc
       r["ccat"] = ratio(x[6], x[8]); r["cgrep"] = ratio(x[6], x[9]); r["html"] = ratio(x[11], x[2])
       printf fmt, name, logs, sprintf("%.0f", bytes / 1e6), x[1], x[2], x[3], x[4], x[5],
         show(r["cat"]), show(r["grep"]), show(r["lscat"]), show(r["direct"]), x[6], x[7], x[8], x[9],
-        show(r["ccat"]), show(r["cgrep"]), x[11], show(r["html"]), rss ? sprintf("%.1f", rss / 1024) : "-"
+        show(r["ccat"]), show(r["cgrep"]), x[11], show(r["html"]),
+        rss ? sprintf("%.1f", rss / 1024) : "-"
       for (i = 1; i <= split(targets, list, " "); i++) {
         if (split(list[i], kv, ":") && r[kv[1]] == "-") continue
         pass = r[kv[1]] <= kv[2] + 0

@@ -46,12 +46,15 @@ foreach(asset Script Style)
       message(FATAL_ERROR "${${asset}} holds \"${bad}\", which the page cannot carry")
     endif()
   endforeach()
-  string(APPEND body "inline constexpr std::string_view kPage${asset} = R\"page(${text})page\";\n"
+  string(APPEND body
+         "inline constexpr std::string_view kPage${asset} = R\"page(${text})page\";\n"
          "inline constexpr std::string_view kPage${asset}Sha256 = \"${hash}\";\n")
 endforeach()
 
-string(CONCAT header "// Made by cmake/EmbedPage.cmake from the page's script and style: do not edit.\n"
-       "#pragma once\n#include <string_view>\n\nnamespace tabrun {\n\n${body}\n}  // namespace tabrun\n")
+string(CONCAT header
+       "// Made by cmake/EmbedPage.cmake from the page's script and style: do not edit.\n"
+       "#pragma once\n#include <string_view>\n\nnamespace tabrun {\n\n"
+       "${body}\n}  // namespace tabrun\n")
 # Rewrite only on change, so that a build without changes rebuilds nothing.
 if(EXISTS "${OUT}")
   file(READ "${OUT}" old)

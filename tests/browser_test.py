@@ -67,7 +67,8 @@ def open_page(driver, url, seconds=60):
 
 def problems(driver, page):
     """Console errors, and requests of the page other than for itself."""
-    found = [f"console: {e['message']}" for e in driver.get_log("browser") if e["level"] == "SEVERE"]
+    found = [f"console: {e['message']}" for e in driver.get_log("browser")
+             if e["level"] == "SEVERE"]
     for entry in driver.get_log("performance"):
         message = json.loads(entry["message"])["message"]
         params = message["params"]
@@ -169,17 +170,18 @@ def main():
         ok = driver.find_element("css selector", "#counts button[data-status=ok]")
         ok.click()
         chi2 = driver.find_element("xpath", "//th/button[text()='chi2']")
-        values = sorted(float(row["chi2"]) for row in truth if row["status"] == "ok" and row["chi2"])
+        values = sorted(float(r["chi2"]) for r in truth if r["status"] == "ok" and r["chi2"])
         for direction in ("ascending", "descending"):
             chi2.click()
             check(chi2.find_element("xpath", "..").get_attribute("aria-sort") == direction,
                   f"aria-sort {direction}")
             cells = [cells[5] for cells in rows_shown(driver)]
             empty = count_shown(driver) - len(values)
-            check([float(c) for c in cells[:len(values)]] == values and cells[len(values):] == [""] * empty,
-                  f"sorted {direction}: {cells}")
+            check([float(c) for c in cells[:len(values)]] == values
+                  and cells[len(values):] == [""] * empty, f"sorted {direction}: {cells}")
             values.reverse()
-        check(driver.current_url.endswith("#sort=-chi2&status=ok"), f"the URL: {driver.current_url}")
+        check(driver.current_url.endswith("#sort=-chi2&status=ok"),
+              f"the URL keeps the view: {driver.current_url}")
         ok.click()
 
         # A point of the chart names its log; Enter shows its row.
@@ -227,7 +229,7 @@ def main():
         check(HOSTILE in driver.find_element("tag name", "body").text, "the hostile name shows")
         driver.set_window_size(1400, 1800)
         driver.save_screenshot(os.path.join(out_dir, "report_test.png"))
-        print(f"browser test: {len(truth)} rows checked; {os.path.join(out_dir, 'report_test.png')}")
+        print(f"browser test: {len(truth)} rows checked; screenshot in {out_dir}/report_test.png")
     finally:
         stop_browser(driver)
         shutil.rmtree(scratch, ignore_errors=True)

@@ -32,19 +32,26 @@ constexpr std::string_view kViews = R"(<main>
 <h2>Runs</h2>
 <div class="bar">
 <label>Figure <select id="figure"></select></label>
-<label>x axis <select id="x"><option value="pos">row position</option><option value="num">last number in the log name</option></select></label>
-<label>y axis <select id="y"><option value="lin">linear</option><option value="log">logarithmic</option></select></label>
+<label>x axis <select id="x"><option value="pos">row position</option>
+<option value="num">last number in the log name</option></select></label>
+<label>y axis <select id="y"><option value="lin">linear</option>
+<option value="log">logarithmic</option></select></label>
 <button type="button" id="png">Save chart as PNG</button>
 </div>
-<div id="plot"><canvas id="chart" tabindex="0" aria-label="Chart: one point per run; arrow keys move between points, Enter shows the run in the table"></canvas><div id="tip" role="status" hidden></div></div>
+<div id="plot"><canvas id="chart" tabindex="0"
+aria-label="One point per run: arrow keys go from point to point, Enter shows its row"></canvas>
+<div id="tip" role="status" hidden></div></div>
 <p id="thin"></p>
 <div class="bar">
 <label>Log name contains <input type="search" id="q" spellcheck="false"></label>
 <button type="button" id="csv">Save rows as CSV</button>
 </div>
 <div class="scroll"><table id="rows"><thead><tr></tr></thead><tbody></tbody></table></div>
-<div class="bar" id="pager"><button type="button" id="first">First</button><button type="button" id="prev">Previous</button><button type="button" id="next">Next</button><button type="button" id="last">Last</button> <span id="page"></span></div>
-<div id="detail" hidden><h3 id="detail-title"></h3><p id="detail-note"></p><pre id="detail-tail"></pre></div>
+<div class="bar" id="pager"><button type="button" id="first">First</button>
+<button type="button" id="prev">Previous</button><button type="button" id="next">Next</button>
+<button type="button" id="last">Last</button> <span id="page"></span></div>
+<div id="detail" hidden><h3 id="detail-title"></h3><p id="detail-note"></p>
+<pre id="detail-tail"></pre></div>
 </section>
 )";
 

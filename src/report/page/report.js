@@ -62,7 +62,8 @@
     const [mantissa, e] = Math.abs(v).toExponential().split('e');
     const exp = Number(e);
     const digits = mantissa.replace('.', '');
-    const sci = `${sign}${mantissa}e${exp < 0 ? '-' : '+'}${String(Math.abs(exp)).padStart(2, '0')}`;
+    const exponent = `${exp < 0 ? '-' : '+'}${String(Math.abs(exp)).padStart(2, '0')}`;
+    const sci = `${sign}${mantissa}e${exponent}`;
     let fixed;
     if (exp >= digits.length - 1) {
       fixed = sign + BigInt(Math.abs(v)).toString();  // every digit, as printf writes it
@@ -211,7 +212,8 @@
   }
 
   const label = (v) => String(Number(v.toPrecision(6)));
-  const COLOURS = {line: '#8fb3dd', point: '#1f5fa8', fail: '#b42318', best: '#1a7f37', axis: '#57606a'};
+  const COLOURS =
+    {line: '#8fb3dd', point: '#1f5fa8', fail: '#b42318', best: '#1a7f37', axis: '#57606a'};
 
   function triangle(ctx, x, y) {
     ctx.beginPath();
@@ -243,7 +245,7 @@
     ctx.fillRect(0, 0, width, height);
     const left = 70;
     const top = 22;
-    const plotW = Math.max(10, width - left - 16);
+    const plotW = Math.max(10, width - left - 24);
     const plotH = Math.max(10, height - top - 58);
     const band = top + plotH + 12;  // where the failed runs are marked
     const {rows, x, y} = series;
@@ -273,7 +275,8 @@
     for (const t of ticks(x0, x1, Math.max(2, Math.floor(plotW / 90)), state.x === 'pos')) {
       ctx.fillText(label(t), px(t), band + 10);
     }
-    ctx.fillText(state.x === 'num' ? 'last number in the log name' : 'row', left + plotW / 2, band + 26);
+    const xName = state.x === 'num' ? 'last number in the log name' : 'row';
+    ctx.fillText(xName, left + plotW / 2, band + 26);
     ctx.textAlign = 'left';
     ctx.fillText(`${state.figure}${state.y === 'log' ? ' (log scale)' : ''}`, left, 4);
     ctx.textAlign = 'right';
@@ -360,7 +363,8 @@
     const row = series.rows[m.k];
     const value = col[state.figure].data[row];
     const status = statusOf(row);
-    tip.textContent = `${col.log.data[row]}\n${state.figure} ${Number.isNaN(value) ? 'none' : numberText(value)}` +
+    tip.textContent = `${col.log.data[row]}\n${state.figure} ` +
+      (Number.isNaN(value) ? 'none' : numberText(value)) +
       (status === 'ok' ? '' : `, status ${status}`);
     tip.hidden = false;
     tip.style.left = `${Math.min(m.x + 10, canvas.clientWidth - tip.offsetWidth)}px`;
@@ -441,7 +445,8 @@
     }
     const pages = Math.max(1, Math.ceil(view.length / PAGE_ROWS));
     $('page').textContent = view.length
-      ? `Rows ${start + 1} to ${Math.min(start + PAGE_ROWS, view.length)} of ${view.length}, page ${page + 1} of ${pages}`
+      ? `Rows ${start + 1} to ${Math.min(start + PAGE_ROWS, view.length)} of ${view.length}, ` +
+        `page ${page + 1} of ${pages}`
       : 'No row matches.';
     $('first').disabled = $('prev').disabled = page === 0;
     $('next').disabled = $('last').disabled = page >= pages - 1;
@@ -493,7 +498,8 @@
     state.desc = sort.startsWith('-');
     state.sort = col[sort.replace(/^-/, '')] ? sort.replace(/^-/, '') : '';
     const names = (p.get('status') || '').split(',');
-    state.statuses = new Set(col.status.values.map((v, i) => (names.includes(v) ? i : -1)).filter((i) => i >= 0));
+    state.statuses = new Set();
+    col.status.values.forEach((v, i) => names.includes(v) && state.statuses.add(i));
     state.q = p.get('q') || '';
   }
 
@@ -503,7 +509,8 @@
     if (state.x !== 'pos') p.set('x', state.x);
     if (state.y !== 'lin') p.set('y', state.y);
     if (state.sort) p.set('sort', (state.desc ? '-' : '') + state.sort);
-    if (state.statuses.size) p.set('status', [...state.statuses].sort().map((i) => col.status.values[i]).join(','));
+    const statuses = [...state.statuses].sort().map((i) => col.status.values[i]);
+    if (statuses.length) p.set('status', statuses.join(','));
     if (state.q) p.set('q', state.q);
     const hash = p.toString();
     if (hash !== location.hash.slice(1)) {
@@ -521,8 +528,8 @@
       button.setAttribute('aria-pressed', state.statuses.has(code));
     }
     heads.forEach((th, i) => {
-      if (cols[i].name === state.sort) th.setAttribute('aria-sort', state.desc ? 'descending' : 'ascending');
-      else th.removeAttribute('aria-sort');
+      if (cols[i].name !== state.sort) th.removeAttribute('aria-sort');
+      else th.setAttribute('aria-sort', state.desc ? 'descending' : 'ascending');
     });
     writeHash();
   }
@@ -634,7 +641,8 @@
     const flat = await unpackJson(data.tails);
     tails = new Map();
     for (let i = 0; i < flat.length; i += 2) tails.set(flat[i], flat[i + 1]);
-    defaultFigure = FIRST_FIGURES.find((f) => col[f].data.some((v) => !Number.isNaN(v))) || 'cpu_seconds';
+    const any = (f) => col[f].data.some((v) => !Number.isNaN(v));
+    defaultFigure = FIRST_FIGURES.find(any) || 'cpu_seconds';
     for (const c of cols) if (c.type === 'number') $('figure').add(new Option(c.name, c.name));
     buildTable();
     readHash();

@@ -79,12 +79,12 @@ std::string TimeText(std::int64_t seconds) {
   return text;
 }
 
-// The index of `text` among `names`, which must hold it.
+// The index of `text` among `names`. REQUIRES: `names` holds it.
 template <std::size_t N>
 char CodeOf(const char* const (&names)[N], const std::string& text) {
-  char code = 0;
-  while (names[static_cast<std::size_t>(code)] != text) ++code;
-  return code;
+  std::size_t code = 0;
+  while (code + 1 < N && names[code] != text) ++code;
+  return static_cast<char>(code);
 }
 
 template <std::size_t N>

@@ -40,9 +40,11 @@ class HtmlReport {
   // since the epoch (UTC).
   HtmlReport(std::vector<std::string> paths, std::int64_t made_at);
 
-  // Adds the row of the next log. `tail` holds the last records of the log, at most
-  // kTailRecords of them, each cut at 256 columns, when the row's status is not "ok" and the
-  // log could be read; otherwise it is empty. REQUIRES: WritePage has not been called.
+  // Adds the row of the next log; rows come in the order the page lists them, from one thread.
+  // `tail` holds the last records of the log, at most kTailRecords of them, each cut at 256
+  // columns, when the row's status is not "ok" and the log could be read; otherwise it is
+  // empty. REQUIRES: WritePage has not been called; row.status is one of kStatusNames and
+  // row.kind one of kKindNames.
   void Add(const ScriptRow& row, const std::vector<std::string>& tail);
 
   // Writes the whole page to `sink`, in pieces. REQUIRES: called once, after the last Add.

@@ -138,9 +138,10 @@ def main():
         make_batch(batch, examples)
         report = os.path.join(scratch, "report.html")
         with open(report, "wb") as f:
-            subprocess.run([tabrun, "--html", batch], stdout=f, check=False)
-        csv_text = subprocess.run([tabrun, "--csv", batch], capture_output=True).stdout.decode(
-            "utf-8", "replace")
+            html_status = subprocess.run([tabrun, "--html", batch], stdout=f).returncode
+        rows = subprocess.run([tabrun, "--csv", batch], capture_output=True)
+        check(html_status == rows.returncode == 1, "--html and --csv exit with 1 for this batch")
+        csv_text = rows.stdout.decode("utf-8", "replace")
         truth = list(csv.DictReader(io.StringIO(csv_text)))
         page = "file://" + report
         driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": """

@@ -16,35 +16,12 @@
 # python3-selenium). Exit status: 0 when the targets are met (or with --smoke), 1 when one is
 # missed, 2 on an error.
 
-set -Eeuo pipefail
-trap 'echo "bench/page.sh: command failed at line $LINENO" >&2; exit 2' ERR
-export LC_ALL=C
-repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=$repo/build-bench scratch=${TMPDIR:-/tmp}/tabrun-page-bench smoke=0 tabrun=""
-die() { echo "bench/page.sh: $*" >&2 && exit 2; }
-while (($#)); do
-  case $1 in
-    --smoke) smoke=1 ;;
-    --scratch | --tabrun)
-      (($# >= 2)) || die "missing value after $1"
-      declare "${1#--}=$2" && shift ;;
-    -h | --help) sed -n '2,/^$/s/^# \{0,1\}//p' "${BASH_SOURCE[0]}" && exit 0 ;;
-    *) die "unknown option $1 (try --help)" ;;
-  esac
-  shift
-done
+# shellcheck source=bench/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+scratch=${TMPDIR:-/tmp}/tabrun-page-bench smoke=0 tabrun=""
+bench_options "smoke" "scratch tabrun" "$@"
 command -v hyperfine >/dev/null || die "hyperfine is missing: install the Debian package hyperfine"
-
-echo "== building Release into $build"
-only=()
-[[ -z $tabrun ]] || only=(--target tabrun_gen_corpus)
-mkdir -p "$build"
-{ cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTABRUN_BUILD_BENCHMARKS=ON \
-  -DTABRUN_BUILD_TESTS=OFF && cmake --build "$build" -j2 "${only[@]}"; } >"$build/page.log" 2>&1 ||
-  { tail -30 "$build/page.log" >&2 && die "build failed (log: $build/page.log)"; }
-[[ -n $tabrun ]] || tabrun=$build/tabrun
-tabrun=$(realpath "$tabrun")
-gen=$build/bench/tabrun_gen_corpus
+bench_build
 
 big=200000 mid=20000 small=1000
 ((!smoke)) || big=20000 mid=2000 small=100

@@ -18,40 +18,15 @@
 # the report page (warm only) if it mentions --html.
 # Exit status: 0 when all targets are met (or with --smoke), 1 when one is missed, 2 on an error.
 
-set -Eeuo pipefail
-trap 'echo "bench/run.sh: command failed at line $LINENO" >&2; exit 2' ERR
-export LC_ALL=C
-repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=$repo/build-bench scratch=${TMPDIR:-/tmp}/tabrun-bench
-smoke=0 cold=0 keep=0 runs="" tabrun=""
-die() { echo "bench/run.sh: $*" >&2 && exit 2; }
-
-while (($#)); do
-  case $1 in
-    --smoke | --cold | --keep) declare "${1#--}=1" ;;
-    --runs | --scratch | --tabrun)
-      (($# >= 2)) || die "missing value after $1"
-      declare "${1#--}=$2" && shift ;;
-    -h | --help) sed -n '2,/^$/s/^# \{0,1\}//p' "${BASH_SOURCE[0]}" && exit 0 ;;
-    *) die "unknown option $1 (try --help)" ;;
-  esac
-  shift
-done
+# shellcheck source=bench/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+scratch=${TMPDIR:-/tmp}/tabrun-bench smoke=0 cold=0 keep=0 runs="" tabrun=""
+bench_options "smoke cold keep" "runs scratch tabrun" "$@"
 [[ -n $runs ]] || runs=$((smoke ? 3 : 5))
 [[ $runs =~ ^[1-9][0-9]*$ ]] || die "--runs needs a positive number, not '$runs'"
-mkdir -p "$build" "$scratch"
+mkdir -p "$scratch"
 scratch=$(cd "$scratch" && pwd)
-
-echo "== building Release into $build"
-only=()
-[[ -z $tabrun ]] || only=(--target tabrun_gen_corpus)
-{ cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTABRUN_BUILD_BENCHMARKS=ON \
-  -DTABRUN_BUILD_TESTS=OFF && cmake --build "$build" -j2 "${only[@]}"; } >"$build/bench.log" 2>&1 ||
-  { tail -30 "$build/bench.log" >&2 && die "build failed (log: $build/bench.log)"; }
-gen=$build/bench/tabrun_gen_corpus
-[[ -n $tabrun ]] || tabrun=$build/tabrun
-[[ -f $tabrun && -x $tabrun ]] || die "no tabrun binary at $tabrun"
-tabrun=$(realpath "$tabrun")
+bench_build
 for tool in hyperfine:hyperfine time:/usr/bin/time; do # Debian package:command
   command -v "${tool#*:}" >/dev/null && continue
   [[ $(id -u) == 0 ]] || die "${tool#*:} is missing: install the Debian package ${tool%%:*}"

@@ -14,65 +14,45 @@
 # A full run needs 1.2 GB of free scratch space (3.5 GB and 230,000 inodes with --keep), some
 # minutes (more with --cold), hyperfine and GNU time (apt-get installs them when run as root).
 # LC_ALL=C throughout. cat, grep and ls take the names from find | xargs -0, as the 200,000 names
-# of F exceed the argument list. The direct mode is timed if tabrun --help mentions --csv.
+# of F exceed the argument list. The direct mode is timed if tabrun --help mentions --csv, and
+# the report page (warm only) if it mentions --html.
 # Exit status: 0 when all targets are met (or with --smoke), 1 when one is missed, 2 on an error.
 
-set -Eeuo pipefail
-trap 'echo "bench/run.sh: command failed at line $LINENO" >&2; exit 2' ERR
-export LC_ALL=C
-repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=$repo/build-bench scratch=${TMPDIR:-/tmp}/tabrun-bench
-smoke=0 cold=0 keep=0 runs="" tabrun=""
-die() { echo "bench/run.sh: $*" >&2 && exit 2; }
-
-while (($#)); do
-  case $1 in
-    --smoke | --cold | --keep) declare "${1#--}=1" ;;
-    --runs | --scratch | --tabrun)
-      (($# >= 2)) || die "missing value after $1"
-      declare "${1#--}=$2" && shift ;;
-    -h | --help) sed -n '2,/^$/s/^# \{0,1\}//p' "${BASH_SOURCE[0]}" && exit 0 ;;
-    *) die "unknown option $1 (try --help)" ;;
-  esac
-  shift
-done
+# shellcheck source=bench/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+scratch=${TMPDIR:-/tmp}/tabrun-bench smoke=0 cold=0 keep=0 runs="" tabrun=""
+bench_options "smoke cold keep" "runs scratch tabrun" "$@"
 [[ -n $runs ]] || runs=$((smoke ? 3 : 5))
 [[ $runs =~ ^[1-9][0-9]*$ ]] || die "--runs needs a positive number, not '$runs'"
-mkdir -p "$build" "$scratch"
+mkdir -p "$scratch"
 scratch=$(cd "$scratch" && pwd)
-
-echo "== building Release into $build"
-only=()
-[[ -z $tabrun ]] || only=(--target tabrun_gen_corpus)
-{ cmake -S "$repo" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTABRUN_BUILD_BENCHMARKS=ON \
-  -DTABRUN_BUILD_TESTS=OFF && cmake --build "$build" -j2 "${only[@]}"; } >"$build/bench.log" 2>&1 ||
-  { tail -30 "$build/bench.log" >&2 && die "build failed (log: $build/bench.log)"; }
-gen=$build/bench/tabrun_gen_corpus
-[[ -n $tabrun ]] || tabrun=$build/tabrun
-[[ -f $tabrun && -x $tabrun ]] || die "no tabrun binary at $tabrun"
-tabrun=$(realpath "$tabrun")
+bench_build
 for tool in hyperfine:hyperfine time:/usr/bin/time; do # Debian package:command
   command -v "${tool#*:}" >/dev/null && continue
   [[ $(id -u) == 0 ]] || die "${tool#*:} is missing: install the Debian package ${tool%%:*}"
   { apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${tool%%:*}"; } \
     >"$scratch/apt.log" 2>&1 || die "cannot install ${tool%%:*} (log: $scratch/apt.log)"
 done
-direct=0
+direct=0 html=0
 [[ $("$tabrun" --help 2>&1 || true) != *--csv* ]] || direct=1
+[[ $("$tabrun" --help 2>&1 || true) != *--html* ]] || html=1
 
 # NAME LOGS SIZE KIND SEED TARGETS; a target RATIO:LIMIT holds when RATIO <= LIMIT. Warm:
 # cat, grep, lscat = tabrun / cat, grep, (ls + cat); direct = tabrun --csv / tabrun. Cold:
-# ccat, cgrep = tabrun / cat, grep. The peak RSS must stay under 64 MiB everywhere.
+# ccat, cgrep = tabrun / cat, grep. html = tabrun --html / tabrun --csv, on every corpus. The
+# peak RSS must stay under 64 MiB everywhere.
 sizes=("4 250M" "4 250M" "20000 10k" "200 1M" "200000 300")
 ((smoke)) && sizes=("4 2M" "4 2M" "200 10k" "20 100k" "2000 300")
-corpora=("A ${sizes[0]} ordinary 11 cat:2 grep:0.5 direct:1.1 ccat:1.3"
-  "B ${sizes[1]} annealing 12 cat:2 grep:0.5 direct:1.1"
-  "C ${sizes[2]} mixed 13 cat:1 lscat:1.5 direct:1.1 ccat:0.5 cgrep:0.6"
-  "D ${sizes[3]} mixed 14 cat:2 direct:1.1" "F ${sizes[4]} mixed 15")
-fmt="%-2s %6s %6s | %6s %6s %6s %6s %6s | %5s %5s %5s %5s | %6s %6s %6s %6s | %5s %5s | %5s"
+corpora=("A ${sizes[0]} ordinary 11 cat:2 grep:0.5 direct:1.1 ccat:1.3 html:1.2"
+  "B ${sizes[1]} annealing 12 cat:2 grep:0.5 direct:1.1 html:1.2"
+  "C ${sizes[2]} mixed 13 cat:1 lscat:1.5 direct:1.1 ccat:0.5 cgrep:0.6 html:1.2"
+  "D ${sizes[3]} mixed 14 cat:2 direct:1.1 html:1.2" "F ${sizes[4]} mixed 15 html:1.2")
+fmt="%-2s %6s %6s | %6s %6s %6s %6s %6s | %5s %5s %5s %5s | %6s %6s %6s %6s | %5s %5s"
+fmt+=" | %6s %5s | %5s"
 gen_hash=$(sha256sum <"$repo/bench/gen_corpus.cc")
 files="find . -name '*.log' -print0 | xargs -0"
 declare -A cmd=([tabrun]="'$tabrun' >/dev/null" [direct]="'$tabrun' --csv . >/dev/null"
+  [html]="'$tabrun' --html . >/dev/null"
   [cat]="$files cat >/dev/null" [ls]="$files ls -l >/dev/null"
   [grep]="$files grep -H -e 'Control file' -e 'Normal end' -e 'CPU Time:' -e 'Chi2:' >matches.txt")
 
@@ -112,10 +92,11 @@ measure() { # NAME LOGS SIZE KIND SEED TARGET...: appends a table row to $scratc
   ((!direct)) || wl=(direct "${wl[@]}")
   [[ $name == F ]] || wl=(tabrun "${wl[@]}" grep) # F: too many names for tabrun's ls -l *.log
   cl=("${wl[@]}")
+  ((!html)) || wl+=(html)
   [[ $name != [CF] ]] || wl+=(ls)
   echo "== $name: one read, peak RSS, $runs warm rounds of ${wl[*]}"
   (cd "$dir" && eval "${cmd[cat]}")
-  for l in tabrun direct; do
+  for l in tabrun direct html; do
     [[ " ${wl[*]} " == *" $l "* ]] || continue
     (cd "$dir" && eval "/usr/bin/time -f %M -o '$res/rss' ${cmd[$l]}") || die "$l failed in $dir"
     rss=$(awk -v r="$rss" 'END { print ($1 > r ? $1 : r) }' "$res/rss")
@@ -130,7 +111,9 @@ measure() { # NAME LOGS SIZE KIND SEED TARGET...: appends a table row to $scratc
   for mode in warm cold; do
     for l in tabrun direct cat grep ls; do times+=" $(median "$res/$mode-$l")"; done
   done
-  # warm: tabrun direct cat grep ls, cold: tabrun direct cat grep (ls is never timed cold)
+  times+=" $(median "$res/warm-html")"
+  # warm: tabrun direct cat grep ls, cold: tabrun direct cat grep (ls is never timed cold), then
+  # warm html
   awk -v name="$name" -v logs="$count" -v times="$times" -v rss="$rss" -v targets="$*" \
     -v fmt="$fmt" -v missed="$scratch/missed" '
     function ratio(a, b) { return a == "-" || b == "-" || b == 0 ? "-" : a / b }
@@ -140,10 +123,11 @@ measure() { # NAME LOGS SIZE KIND SEED TARGET...: appends a table row to $scratc
       split(times, x, " ")
       r["cat"] = ratio(x[1], x[3]); r["grep"] = ratio(x[1], x[4]); r["direct"] = ratio(x[2], x[1])
       r["lscat"] = x[5] == "-" ? "-" : ratio(x[1], x[5] + x[3])
-      r["ccat"] = ratio(x[6], x[8]); r["cgrep"] = ratio(x[6], x[9])
+      r["ccat"] = ratio(x[6], x[8]); r["cgrep"] = ratio(x[6], x[9]); r["html"] = ratio(x[11], x[2])
       printf fmt, name, logs, sprintf("%.0f", bytes / 1e6), x[1], x[2], x[3], x[4], x[5],
         show(r["cat"]), show(r["grep"]), show(r["lscat"]), show(r["direct"]), x[6], x[7], x[8], x[9],
-        show(r["ccat"]), show(r["cgrep"]), rss ? sprintf("%.1f", rss / 1024) : "-"
+        show(r["ccat"]), show(r["cgrep"]), x[11], show(r["html"]),
+        rss ? sprintf("%.1f", rss / 1024) : "-"
       for (i = 1; i <= split(targets, list, " "); i++) {
         if (split(list[i], kv, ":") && r[kv[1]] == "-") continue
         pass = r[kv[1]] <= kv[2] + 0
@@ -165,12 +149,13 @@ for corpus in "${corpora[@]}"; do
 done
 echo
 echo "tabrun benchmark of $tabrun: $( ((smoke)) && echo smoke || echo full) run, median of $runs;" \
-  "seconds, MB = 10^6 bytes, t = tabrun, d = tabrun --csv ., RSS = its peak in MiB"
-printf "%17s| %-34s | %-23s | %-27s | %-11s |\n" "" "warm (page cache full)" "warm ratios" \
-  "cold (logs evicted first)" "cold ratios"
+  "seconds, MB = 10^6 bytes, t = tabrun, d = tabrun --csv ., h = tabrun --html ., RSS = the" \
+  "peak of the three in MiB"
+printf "%17s| %-34s | %-23s | %-27s | %-11s | %-12s |\n" "" "warm (page cache full)" \
+  "warm ratios" "cold (logs evicted first)" "cold ratios" "warm --html"
 # shellcheck disable=SC2059
 printf "$fmt targets\n" "" logs MB tabrun direct cat grep ls t/cat t/grp t/l+c d/t tabrun direct cat \
-  grep t/cat t/grp RSS
+  grep t/cat t/grp html h/d RSS
 cat "$scratch/rows"
 [[ ! -s $scratch/resident.log ]] || awk '{ p = $2 ? 100 * $1 / $2 : 0; if (p > m) m = p } END {
   printf "cold: %d evictions, at most %.3f %% of the pages still resident after one\n", NR, m }' \

@@ -169,7 +169,7 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
       case RowFormat::kHtml: report->Add(read.row, read.tail); break;
     }
   }
-  if (report) console.Write(report->Page());
+  if (report) report->WritePage([&console](std::string_view text) { console.Write(text); });
   console.Flush();
   return status;
 }

@@ -1,24 +1,264 @@
 #include "report/html_report.h"
 
+#include <charconv>
+#include <ctime>
+#include <string_view>
+
 #include "report/escape.h"
+#include "report/page_assets.h"
 
 namespace tabrun {
+namespace {
 
-HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
-    : paths_(std::move(paths)), made_at_(made_at) {}
+// How many PATHs the header names; a shell glob can give thousands.
+constexpr std::size_t kNamedPaths = 10;
 
-void HtmlReport::Add(const ScriptRow& row, const std::vector<std::string>& tail) {
-  (void)tail;
-  rows_.push_back(row);
+constexpr std::size_t ColumnIndex(std::string_view name) {
+  std::size_t i = 0;
+  while (kColumnNames[i] != name) ++i;
+  return i;
+}
+constexpr std::size_t kKindColumn = ColumnIndex("kind");
+constexpr std::size_t kStatusColumn = ColumnIndex("status");
+
+// The figures whose best run the header names, the first one that any row has.
+constexpr const char* kBestNames[] = {"chi2", "rf2", "cpu_seconds"};
+constexpr std::optional<double> ScriptRow::*kBestFields[] = {&ScriptRow::chi2, &ScriptRow::rf2,
+                                                             &ScriptRow::cpu_seconds};
+
+// The chart and the table; the page's script fills them and shows them.
+constexpr std::string_view kViews = R"(<main>
+<section id="view" hidden>
+<h2>Runs</h2>
+<div class="bar">
+<label>Figure <select id="figure"></select></label>
+<label>x axis <select id="x"><option value="pos">row position</option>
+<option value="num">last number in the log name</option></select></label>
+<label>y axis <select id="y"><option value="lin">linear</option>
+<option value="log">logarithmic</option></select></label>
+<button type="button" id="png">Save chart as PNG</button>
+</div>
+<div id="plot"><canvas id="chart" tabindex="0"
+aria-label="One point per run: arrow keys go from point to point, Enter shows its row"></canvas>
+<div id="tip" role="status" hidden></div></div>
+<p id="thin"></p>
+<div class="bar">
+<label>Log name contains <input type="search" id="q" spellcheck="false"></label>
+<button type="button" id="csv">Save rows as CSV</button>
+</div>
+<div class="scroll"><table id="rows"><thead><tr></tr></thead><tbody></tbody></table></div>
+<div class="bar" id="pager"><button type="button" id="first">First</button>
+<button type="button" id="prev">Previous</button><button type="button" id="next">Next</button>
+<button type="button" id="last">Last</button> <span id="page"></span></div>
+<div id="detail" hidden><h3 id="detail-title"></h3><p id="detail-note"></p>
+<pre id="detail-tail"></pre></div>
+</section>
+)";
+
+std::string Fixed(double value, int decimals) {
+  char text[400];  // the largest double has 309 digits before the point
+  const auto result =
+      std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
+  return std::string(text, result.ptr);
 }
 
-std::string HtmlReport::Page() const {
-  // A placeholder until the page is built: one line per log.
-  std::string page = "<!DOCTYPE html>\n<html><body><pre>\n";
-  for (const ScriptRow& row : rows_) {
-    AppendHtmlText(row.log + " " + row.status + "\n", &page);
+std::string Html(std::string_view text) {
+  std::string html;
+  AppendHtmlText(text, &html);
+  return html;
+}
+
+std::string TimeText(std::int64_t seconds) {
+  const std::time_t time = static_cast<std::time_t>(seconds);
+  std::tm tm;
+  char text[64];
+  if (gmtime_r(&time, &tm) == nullptr ||
+      std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &tm) == 0) {
+    return std::to_string(seconds) + " s after 1970-01-01 00:00:00 UTC";
   }
-  return page + "</pre></body></html>\n";
+  return text;
+}
+
+// The index of `text` among `names`. REQUIRES: `names` holds it.
+template <std::size_t N>
+char CodeOf(const char* const (&names)[N], const std::string& text) {
+  std::size_t code = 0;
+  while (code + 1 < N && names[code] != text) ++code;
+  return static_cast<char>(code);
+}
+
+template <std::size_t N>
+std::string JsonList(const char* const (&names)[N]) {
+  std::string json = "[";
+  for (const char* name : names) {
+    if (json.size() > 1) json.push_back(',');
+    AppendJsonString(name, &json);
+  }
+  return json + "]";
+}
+
+}  // namespace
+
+HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
+    : paths_(std::move(paths)), made_at_(made_at) {
+  for (std::size_t i = 0; i < kColumns; ++i) {
+    if (i != kKindColumn && i != kStatusColumn) columns_[i].Append("[");
+  }
+  tails_.Append("[");
+}
+
+void HtmlReport::Add(const ScriptRow& row, const std::vector<std::string>& tail) {
+  const auto cells = CellsOf(row);
+  const char status = CodeOf(kStatusNames, row.status);
+  const char kind = CodeOf(kKindNames, row.kind);
+  columns_[kStatusColumn].Append({&status, 1});
+  columns_[kKindColumn].Append({&kind, 1});
+  std::string json;
+  for (std::size_t i = 0; i < kColumns; ++i) {
+    if (i == kKindColumn || i == kStatusColumn) continue;
+    json.assign(rows_ == 0 ? "" : ",");
+    if (!cells[i].number) {
+      AppendJsonString(cells[i].text, &json);
+    } else {
+      json.append(cells[i].text.empty() ? "null" : cells[i].text);
+    }
+    columns_[i].Append(json);
+  }
+  ++counts_[static_cast<std::size_t>(status)];
+  if (row.cpu_seconds) cpu_total_ += *row.cpu_seconds;
+  for (std::size_t k = 0; k < best_.size(); ++k) {
+    const std::optional<double>& value = row.*kBestFields[k];
+    if (value && (!best_[k].value || *value < *best_[k].value)) best_[k] = {value, row.log};
+  }
+  if (status != 0) AddFailure(row, tail);
+  ++rows_;
+}
+
+void HtmlReport::AddFailure(const ScriptRow& row, const std::vector<std::string>& tail) {
+  const bool listed = ++failures_ <= kListedFailures;
+  // The tail as the page holds it: HTML text in a listed failure, a JSON string otherwise;
+  // none is made once the budget is spent.
+  const bool wanted = !tail.empty() && !tail_cut_;
+  std::string text;
+  if (wanted) {
+    std::string joined;
+    for (std::size_t i = 0; i < tail.size(); ++i) joined.append(i == 0 ? "" : "\n").append(tail[i]);
+    if (listed) {
+      AppendHtmlText(joined, &text);
+    } else {
+      text = (kept_tails_ == 0 ? "" : ",") + std::to_string(rows_) + ",";
+      AppendJsonString(joined, &text);
+    }
+  }
+  const bool kept = wanted && tail_bytes_ + text.size() <= kTailBudget;
+  if (kept) {
+    tail_bytes_ += text.size();
+  } else if (!tail.empty()) {
+    if (!tail_cut_) tail_cut_ = rows_;
+    ++tails_left_out_;
+  }
+  if (!listed) {
+    if (kept) tails_.Append(text);
+    kept_tails_ += kept;
+    return;
+  }
+  listed_ += "<details><summary><b>" + row.status + "</b> <code>" + Html(row.log) + "</code>";
+  if (!row.error.empty()) listed_ += ": " + Html(row.error);
+  listed_ += "</summary>";
+  // The parser drops a line feed right after <pre>: with one written first, a tail that
+  // starts with an empty record keeps it.
+  if (kept) listed_ += "<pre id=\"tail-" + std::to_string(rows_) + "\">\n" + text + "</pre>";
+  if (!tail.empty() && !kept) listed_ += "<p>The end of this log is left out.</p>";
+  listed_ += "</details>\n";
+}
+
+std::string HtmlReport::Header() const {
+  std::string html = "<header>\n<h1>tabrun report</h1>\n<p>Batch";
+  for (std::size_t i = 0; i < paths_.size() && i < kNamedPaths; ++i) {
+    html += " <code>" + Html(paths_[i]) + "</code>";
+  }
+  if (paths_.size() > kNamedPaths)
+    html += " and " + std::to_string(paths_.size() - kNamedPaths) + " more";
+  html += ", made " + TimeText(made_at_) + " by tabrun " TABRUN_VERSION ".</p>\n";
+  html += "<p id=\"counts\">" + std::to_string(rows_) + (rows_ == 1 ? " log:" : " logs:");
+  for (std::size_t s = 0; s < counts_.size(); ++s) {
+    html += " <button type=\"button\" data-status=\"" + std::string(kStatusNames[s]) + "\">" +
+            kStatusNames[s] + " <b>" + std::to_string(counts_[s]) + "</b>";
+    if (rows_ != 0) html += " " + Fixed(100.0 * counts_[s] / rows_, 1) + " %";
+    html += "</button>";
+  }
+  html += "</p>\n<p>Total CPU time " + Fixed(cpu_total_, 3) +
+          " s = " + Fixed(cpu_total_ / 3600, 3) + " h.</p>\n<p id=\"best\">";
+  std::size_t k = 0;
+  while (k < best_.size() && !best_[k].value) ++k;
+  if (k == best_.size()) {
+    html += "No run has a chi2, rf2 or cpu_seconds.";
+  } else {
+    html += "Best " + std::string(kBestNames[k]) + " " + NumberText(*best_[k].value) + ": <code>" +
+            Html(best_[k].log) + "</code>.";
+  }
+  return html + "</p>\n</header>\n";
+}
+
+std::string HtmlReport::FailedRuns() const {
+  std::string html = "<section id=\"failed\">\n<h2>Failed runs</h2>\n<p>";
+  if (failures_ == 0) return html + "No run failed.</p>\n</section>\n</main>\n";
+  html += std::to_string(failures_) + (failures_ == 1 ? " run" : " runs") +
+          " did not end with status ok. Open one to see the last records of its log.</p>\n" +
+          listed_;
+  if (failures_ > kListedFailures) {
+    html += "<p>" + std::to_string(failures_ - kListedFailures) +
+            " more in the table: select one there to see the end of its log.</p>\n";
+  }
+  if (tails_left_out_ != 0) {
+    html += "<p>The ends of " + std::to_string(tails_left_out_) +
+            " failed logs are left out: the page holds at most 3 MB of them.</p>\n";
+  }
+  return html + "</section>\n</main>\n";
+}
+
+void HtmlReport::WriteData(const PageSink& sink) {
+  const auto types = CellsOf(ScriptRow());  // which columns hold numbers
+  sink("<script type=\"application/json\" id=\"data\">{\"rows\":" + std::to_string(rows_) +
+       ",\"tail_cut\":" + (tail_cut_ ? std::to_string(*tail_cut_) : "null") + ",\"columns\":[");
+  for (std::size_t i = 0; i < kColumns; ++i) {
+    std::string head = i == 0 ? "{\"name\":" : ",{\"name\":";
+    AppendJsonString(kColumnNames[i], &head);
+    if (i == kKindColumn || i == kStatusColumn) {
+      head += ",\"type\":\"code\",\"values\":" +
+              (i == kKindColumn ? JsonList(kKindNames) : JsonList(kStatusNames));
+    } else {
+      columns_[i].Append("]");
+      head += types[i].number ? ",\"type\":\"number\"" : ",\"type\":\"text\"";
+    }
+    sink(head + ",\"data\":\"");
+    columns_[i].WriteBase64(sink);
+    sink("\"}");
+  }
+  sink("],\"tails\":\"");
+  tails_.Append("]");
+  tails_.WriteBase64(sink);
+  sink("\"}</script>\n");
+}
+
+void HtmlReport::WritePage(const PageSink& sink) {
+  std::string title = paths_.empty() ? "" : ": " + Html(paths_[0]);
+  if (paths_.size() > 1) title += " and more";
+  sink(std::string("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n") +
+       // The page runs its own script and applies its own style, and loads nothing at all.
+       "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; " +
+       "script-src 'sha256-" + std::string(kPageScriptSha256) + "'; style-src 'sha256-" +
+       std::string(kPageStyleSha256) + "'; base-uri 'none'; form-action 'none'\">\n" +
+       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n" +
+       "<title>tabrun report" + title + "</title>\n<style>");
+  sink(kPageStyle);
+  sink("</style>\n</head>\n<body>\n" + Header());
+  sink(kViews);
+  sink(FailedRuns());
+  WriteData(sink);
+  sink("<script>");
+  sink(kPageScript);
+  sink("</script>\n</body>\n</html>\n");
 }
 
 }  // namespace tabrun

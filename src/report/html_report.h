@@ -3,36 +3,79 @@
 #ifndef TABRUN_REPORT_HTML_REPORT_H_
 #define TABRUN_REPORT_HTML_REPORT_H_
 
+#include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "report/packed_text.h"
 #include "report/script_rows.h"
 
 namespace tabrun {
 
-// Collects the rows of a batch, in order, and makes the page that shows them.
+// Collects the rows of a batch, in order, and writes the page that shows them.
+//
+// The page is plain HTML for the header (the PATHs, when it was made, the counts per status,
+// the total CPU time, the best run) and for the first kListedFailures runs whose status is not
+// "ok", each with the end of its log; its own script draws the chart and the table from the
+// rows, which it carries column by column, deflated and base64-encoded, in an element that never
+// runs. A Content-Security-Policy lets the page run that script and apply its style and load
+// nothing at all. Text from names and logs is written as text, with U+FFFD for bytes that are
+// not UTF-8.
+//
+// Memory holds the compressed columns, the HTML of the listed failures and the ends of the other
+// failed logs within kTailBudget, not the rows: a batch of 200,000 logs takes a few MB.
 class HtmlReport {
  public:
   // How many records of a failed log's end the page shows.
   static constexpr int kTailRecords = 20;
+  // How many failed runs the page lists in plain HTML; the table shows the others.
+  static constexpr std::uint64_t kListedFailures = 100;
+  // The ends of failed logs take at most this many bytes of the page, counted as written,
+  // before compression; the page leaves out those that come after and says how many.
+  static constexpr std::uint64_t kTailBudget = 3'000'000;
 
   // `paths` are the PATH operands as given; `made_at` is when the report was made, in seconds
   // since the epoch (UTC).
   HtmlReport(std::vector<std::string> paths, std::int64_t made_at);
 
-  // Adds the row of the next log. `tail` holds the last records of the log, at most
-  // kTailRecords of them, each cut at 256 columns, when the row's status is not "ok" and the
-  // log could be read; otherwise it is empty.
+  // Adds the row of the next log; rows come in the order the page lists them, from one thread.
+  // `tail` holds the last records of the log, at most kTailRecords of them, each cut at 256
+  // columns, when the row's status is not "ok" and the log could be read; otherwise it is
+  // empty. REQUIRES: WritePage has not been called; row.status is one of kStatusNames and
+  // row.kind one of kKindNames.
   void Add(const ScriptRow& row, const std::vector<std::string>& tail);
 
-  // The whole page.
-  std::string Page() const;
+  // Writes the whole page to `sink`, in pieces. REQUIRES: called once, after the last Add.
+  void WritePage(const PageSink& sink);
 
  private:
-  std::vector<std::string> paths_;
-  std::int64_t made_at_;
-  std::vector<ScriptRow> rows_;
+  // The lowest value of one figure, and the first log that has it.
+  struct Best {
+    std::optional<double> value;
+    std::string log;
+  };
+
+  void AddFailure(const ScriptRow& row, const std::vector<std::string>& tail);
+  std::string Header() const;
+  std::string FailedRuns() const;
+  void WriteData(const PageSink& sink);
+
+  const std::vector<std::string> paths_;
+  const std::int64_t made_at_;
+  std::uint64_t rows_ = 0;
+  std::array<std::uint64_t, std::size(kStatusNames)> counts_{};
+  double cpu_total_ = 0;
+  std::array<Best, 3> best_;  // of chi2, rf2 and cpu_seconds
+  std::array<PackedText, kColumns> columns_;
+  PackedText tails_;    // [row, "tail", ...] for failures not listed
+  std::string listed_;  // the HTML of the listed failures
+  std::uint64_t failures_ = 0;
+  std::uint64_t tail_bytes_ = 0;
+  std::uint64_t kept_tails_ = 0;           // in tails_
+  std::optional<std::uint64_t> tail_cut_;  // the first row whose tail did not fit
+  std::uint64_t tails_left_out_ = 0;
 };
 
 }  // namespace tabrun

@@ -13,11 +13,6 @@
 namespace tabrun {
 namespace {
 
-constexpr const char* kStatus[] = {"ok", "no_cpu", "bad_end", "no_control_file", "bad_cpu_value"};
-constexpr const char* kKeys[] = {"log",  "kind", "status", "control_file", "cpu_seconds",
-                                 "chi2", "rp",   "rwp",    "rexp",         "rf2",
-                                 "rf2w", "rf",   "result", "error"};
-
 // The number `text` starts with (after blanks), when it is one and fits a double.
 std::optional<double> NumberIn(std::string_view text) {
   double value = 0;
@@ -32,27 +27,10 @@ std::optional<double> After(std::string_view record, std::string_view label, boo
   return NumberIn(record.substr(at + label.size()));
 }
 
-// One cell of a row as text: a string as it is, a number as the shortest decimal that reads
-// back to the same double, an empty number as nothing.
-struct Cell {
-  std::string text;
-  bool number = false;
-};
-
 Cell Text(const std::string& text) { return {text, false}; }
 
 Cell Number(const std::optional<double>& value) {
-  if (!value) return {"", true};
-  char digits[32];
-  const auto result = std::to_chars(digits, digits + sizeof digits, *value);
-  return {std::string(digits, result.ptr), true};
-}
-
-std::array<Cell, std::size(kKeys)> CellsOf(const ScriptRow& row) {
-  return {Text(row.log),           Text(row.kind),   Text(row.status), Text(row.control_file),
-          Number(row.cpu_seconds), Number(row.chi2), Number(row.rp),   Number(row.rwp),
-          Number(row.rexp),        Number(row.rf2),  Number(row.rf2w), Number(row.rf),
-          Text(row.result),        Text(row.error)};
+  return {value ? NumberText(*value) : std::string(), true};
 }
 
 std::string CsvField(const std::string& text) {
@@ -67,10 +45,23 @@ std::string CsvField(const std::string& text) {
 
 }  // namespace
 
+std::string NumberText(double value) {
+  char digits[32];
+  const auto result = std::to_chars(digits, digits + sizeof digits, value);
+  return std::string(digits, result.ptr);
+}
+
+std::array<Cell, kColumns> CellsOf(const ScriptRow& row) {
+  return {Text(row.log),           Text(row.kind),   Text(row.status), Text(row.control_file),
+          Number(row.cpu_seconds), Number(row.chi2), Number(row.rp),   Number(row.rwp),
+          Number(row.rexp),        Number(row.rf2),  Number(row.rf2w), Number(row.rf),
+          Text(row.result),        Text(row.error)};
+}
+
 ScriptRow RowOfScan(std::string log, const RunScan& scan) {
   ScriptRow row;
   row.log = std::move(log);
-  row.status = kStatus[static_cast<int>(scan.outcome)];
+  row.status = kStatusNames[static_cast<int>(scan.outcome)];
   if (scan.outcome != RunOutcome::kNoControlFile) {
     row.kind = scan.kind == RunKind::kAnnealing ? "annealing" : "ordinary";
     row.control_file = scan.control_file;
@@ -113,7 +104,7 @@ ScriptRow UnreadableRow(std::string log, std::string error) {
 
 std::string CsvHeader() {
   std::string header;
-  for (const char* key : kKeys) header.append(header.empty() ? "" : ",").append(key);
+  for (const char* key : kColumnNames) header.append(header.empty() ? "" : ",").append(key);
   return header + '\n';
 }
 
@@ -130,7 +121,7 @@ std::string JsonRow(const ScriptRow& row) {
   const auto cells = CellsOf(row);
   std::string line = "{";
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    line.append(i == 0 ? "\"" : ",\"").append(kKeys[i]).append("\":");
+    line.append(i == 0 ? "\"" : ",\"").append(kColumnNames[i]).append("\":");
     if (cells[i].text.empty()) {
       line.append("null");
     } else if (cells[i].number) {

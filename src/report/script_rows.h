@@ -3,6 +3,7 @@
 #ifndef TABRUN_REPORT_SCRIPT_ROWS_H_
 #define TABRUN_REPORT_SCRIPT_ROWS_H_
 
+#include <array>
 #include <optional>
 #include <string>
 
@@ -23,6 +24,26 @@ struct ScriptRow {
   std::string result;                         // the result text as log.res carries it, not cut
   std::string error;                          // why the log or its CPU value could not be read
 };
+
+// The columns of a row, in order: the CSV header and the JSON keys.
+inline constexpr const char* kColumnNames[] = {
+    "log", "kind", "status", "control_file", "cpu_seconds", "chi2",   "rp",
+    "rwp", "rexp", "rf2",    "rf2w",         "rf",          "result", "error"};
+inline constexpr std::size_t kColumns = std::size(kColumnNames);
+// Every value the status and kind columns take.
+inline constexpr const char* kStatusNames[] = {
+    "ok", "no_cpu", "bad_end", "no_control_file", "bad_cpu_value", "unreadable"};
+inline constexpr const char* kKindNames[] = {"", "ordinary", "annealing"};
+
+// One field of a row as text: a string as it is, a number as the shortest decimal that reads
+// back to the same double ("3.87", "1e+39"), an empty number as the empty text.
+struct Cell {
+  std::string text;
+  bool number = false;
+};
+std::string NumberText(double value);
+// The fields of `row` in the order of kColumnNames.
+std::array<Cell, kColumns> CellsOf(const ScriptRow& row);
 
 // The row of a log that was scanned. The CPU value is read in double precision with the
 // same rules as the summary's; a number field is empty when its label is absent or is not

@@ -1,0 +1,85 @@
+#!/usr/bin/env bash
+# Measures the report page of tabrun --html: its size for an empty batch, per 1,000 runs and for
+# 200,000 runs; how long headless Chromium takes from loading it to its data-ready mark for
+# 20,000 and 200,000 runs; sorting and filtering 200,000 rows; and the time of tabrun --html
+# against tabrun --csv on the same batches.
+#
+#   bash bench/page.sh [--smoke] [--scratch DIR] [--tabrun PATH]
+#
+#   --smoke    a tenth of the runs, in seconds; targets are printed, not enforced
+#   --scratch  where the batches go (default ${TMPDIR:-/tmp}/tabrun-page-bench), removed after
+#   --tabrun   measure this binary; then only the corpus generator is built (into build-bench/)
+#
+# The batches are tiny logs from tabrun_gen_corpus (mixed kinds); "failing" is the 20,000 with
+# three logs in ten cut short, which fail and bring their tails into the page. Needs
+# hyperfine, and Chromium, chromedriver and python3-selenium (Debian: chromium chromium-driver
+# python3-selenium). Exit status: 0 when the targets are met (or with --smoke), 1 when one is
+# missed, 2 on an error.
+
+# shellcheck source=bench/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+scratch=${TMPDIR:-/tmp}/tabrun-page-bench smoke=0 tabrun=""
+bench_options "smoke" "scratch tabrun" "$@"
+command -v hyperfine >/dev/null || die "hyperfine is missing: install the Debian package hyperfine"
+bench_build
+
+big=200000 mid=20000 small=1000
+((!smoke)) || big=20000 mid=2000 small=100
+rm -rf "$scratch" && mkdir -p "$scratch/empty"
+trap 'rm -rf "$scratch"' EXIT
+for count in $small $mid $big; do
+  echo "== generating $count tiny logs"
+  "$gen" gen --dir "$scratch/r$count" --count "$count" --size 300 --kind mixed --seed 21 >/dev/null
+done
+cp -r "$scratch/r$mid" "$scratch/failing"
+find "$scratch/failing" -name '*[048].log' -exec truncate -s 150 {} +
+
+echo "== page sizes"
+for dir in empty r$small r$mid r$big failing; do
+  (cd "$scratch/$dir" && "$tabrun" --html . >"$scratch/$dir.html") || true  # 1: bad CPU values
+  logs=$(find "$scratch/$dir" -name '*.log' | wc -l)
+  bytes=$(wc -c <"$scratch/$dir.html")
+  [[ $dir != empty ]] || empty=$bytes
+  printf "%-8s %7s logs %10s bytes" "$dir" "$logs" "$bytes"
+  [[ $dir == empty ]] || awk -v b="$bytes" -v e="$empty" -v n="$logs" \
+    'BEGIN { printf ", %.1f KB per 1,000 runs above the empty page", (b - e) / n }'
+  echo
+done
+
+echo "== tabrun --html against tabrun --csv (hyperfine, median of 5 after a warm-up)"
+ratios=""
+for dir in r$mid r$big failing; do
+  (cd "$scratch/$dir" && hyperfine -i -w 1 -r 5 -N --style none --export-csv "$scratch/t.csv" \
+    "'$tabrun' --csv ." "'$tabrun' --html ." >/dev/null 2>&1)
+  read -r csv html < <(awk -F, 'NR > 1 { printf "%s ", $4 } END { print "" }' "$scratch/t.csv")
+  ratio=$(awk -v h="$html" -v c="$csv" 'BEGIN { printf "%.2f", h / c }')
+  ratios+=" $dir:$ratio"
+  rss=$(cd "$scratch/$dir" && /usr/bin/time -f %M "$tabrun" --html . 2>&1 >/dev/null | tail -1)
+  printf "%-8s --csv %6.3f s  --html %6.3f s  html/csv %s  peak RSS of --html %.1f MiB\n" "$dir" \
+    "$csv" "$html" "$ratio" "$(awk -v k="$rss" 'BEGIN { print k / 1024 }')"
+done
+
+echo "== headless Chromium"
+/usr/bin/python3 "$repo/bench/page_timing.py" "$scratch/r$mid.html" "$scratch/r$big.html" |
+  tee "$scratch/browser.txt"
+
+echo "== targets"
+missed=0
+target() { # WHAT VALUE LIMIT
+  local ok=PASS
+  awk -v v="$2" -v l="$3" 'BEGIN { exit !(v <= l) }' || { ok=FAIL && missed=1; }
+  printf "%-44s %10s <= %-8s %s\n" "$1" "$2" "$3" "$ok"
+}
+target "empty page, bytes" "$empty" 150000
+target "200,000 runs (or the smoke run's), bytes" "$(wc -c <"$scratch/r$big.html")" 15000000
+per=$(awk -v b="$(wc -c <"$scratch/r$big.html")" -v e="$empty" -v n=$big \
+  'BEGIN { printf "%.0f", (b - e) * 1000 / n }')
+target "bytes per 1,000 runs above the empty page" "$per" 50000
+for r in $ratios; do target "tabrun --html / tabrun --csv, ${r%:*}" "${r#*:}" 1.2; done
+ms() { sed -n "s/^$1.*$2 \([0-9]*\) ms.*/\1/p" "$scratch/browser.txt" | head -1; }
+target "load to data-ready, $mid runs, ms" "$(ms "r$mid.html" data-ready)" 300
+target "load to data-ready, $big runs, ms" "$(ms "r$big.html" data-ready)" 1500
+while IFS=: read -r _ action ms; do  # "PAGE: ACTION: N ms"
+  target "${action# }, $big rows, ms" "${ms// ms/}" 300
+done < <(grep -v data-ready "$scratch/browser.txt")
+((missed == 0)) || ((smoke)) || exit 1

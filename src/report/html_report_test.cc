@@ -1,0 +1,211 @@
+#include "report/html_report.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "report/unpack_for_tests.h"
+
+namespace tabrun {
+namespace {
+
+ScriptRow Row(std::string log, std::string status, std::optional<double> chi2 = {},
+              std::optional<double> rf2 = {}, std::optional<double> cpu = {}) {
+  ScriptRow row;
+  row.log = std::move(log);
+  row.status = std::move(status);
+  row.chi2 = chi2;
+  row.rf2 = rf2;
+  row.cpu_seconds = cpu;
+  return row;
+}
+
+std::string PageOf(const std::vector<ScriptRow>& rows,
+                   const std::vector<std::vector<std::string>>& tails = {},
+                   std::vector<std::string> paths = {"runs"}, std::int64_t made_at = 0) {
+  HtmlReport report(std::move(paths), made_at);
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    report.Add(rows[i], i < tails.size() ? tails[i] : std::vector<std::string>());
+  }
+  std::string page;
+  report.WritePage([&page](std::string_view piece) { page.append(piece); });
+  return page;
+}
+
+// The text of `page` from the first `from` on, up to and with the first `to` after it.
+std::string Between(const std::string& page, const std::string& from, const std::string& to) {
+  const std::size_t start = page.find(from);
+  if (start == std::string::npos) return "(no " + from + ")";
+  return page.substr(start, page.find(to, start) + to.size() - start);
+}
+
+// The unpacked data of the page's column `name`, or of its tails for "tails".
+std::string Column(const std::string& page, const std::string& name) {
+  const std::string marker = name == "tails" ? "\"tails\":\"" : "\"data\":\"";
+  const std::size_t column = name == "tails" ? 0 : page.find("{\"name\":\"" + name + "\",");
+  const std::size_t at = page.find(marker, column);
+  if (column == std::string::npos || at == std::string::npos) return "(no " + name + ")";
+  const std::size_t begin = at + marker.size();
+  return Unpack(page.substr(begin, page.find('"', begin) - begin)).value_or("(not unpacked)");
+}
+
+TEST(HtmlReportTest, Header) {
+  const std::string page =
+      PageOf({Row("runs/a.log", "ok", 2.5, {}, 10), Row("runs/b.log", "ok", 1.5, {}, 0.5),
+              Row("runs/c.log", "bad_end")},
+             {}, {"runs", "<b>"}, 365 * 86400);
+  EXPECT_EQ(Between(page, "<header>", "</header>"),
+            "<header>\n<h1>tabrun report</h1>\n"
+            "<p>Batch <code>runs</code> <code>&lt;b&gt;</code>, made 1971-01-01 00:00:00 UTC by "
+            "tabrun " TABRUN_VERSION
+            ".</p>\n"
+            "<p id=\"counts\">3 logs:"
+            " <button type=\"button\" data-status=\"ok\">ok <b>2</b> 66.7 %</button>"
+            " <button type=\"button\" data-status=\"no_cpu\">no_cpu <b>0</b> 0.0 %</button>"
+            " <button type=\"button\" data-status=\"bad_end\">bad_end <b>1</b> 33.3 %</button>"
+            " <button type=\"button\" data-status=\"no_control_file\">no_control_file <b>0</b> "
+            "0.0 %</button>"
+            " <button type=\"button\" data-status=\"bad_cpu_value\">bad_cpu_value <b>0</b> "
+            "0.0 %</button>"
+            " <button type=\"button\" data-status=\"unreadable\">unreadable <b>0</b> "
+            "0.0 %</button></p>\n"
+            "<p>Total CPU time 10.500 s = 0.003 h.</p>\n"
+            "<p id=\"best\">Best chi2 1.5: <code>runs/b.log</code>.</p>\n</header>");
+}
+
+// One line of the header, for batches at the edges.
+TEST(HtmlReportTest, HeaderLines) {
+  const std::vector<std::string> eleven = {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "x"};
+  struct Case {
+    std::vector<ScriptRow> rows;
+    std::vector<std::string> paths;
+    std::int64_t made_at;
+    std::string line;
+  } cases[] = {
+      {{}, {"."}, 0, "<p id=\"best\">No run has a chi2, rf2 or cpu_seconds.</p>"},
+      {{}, {"."}, 0, "<p>Total CPU time 0.000 s = 0.000 h.</p>"},
+      {{},
+       {"."},
+       0,
+       "<p id=\"counts\">0 logs: <button type=\"button\" data-status=\"ok\">ok <b>0</b></button>"},
+      {{Row("a", "ok")},
+       {"."},
+       0,
+       "<p id=\"counts\">1 log: <button type=\"button\" data-status=\"ok\">ok <b>1</b> 100.0 "
+       "%</button>"},
+      // chi2 before rf2 before cpu_seconds; on a tie the first log.
+      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", 4, {}, 1), Row("c", "ok", 4)},
+       {"."},
+       0,
+       "<p id=\"best\">Best chi2 4: <code>b</code>.</p>"},
+      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", {}, 2)},
+       {"."},
+       0,
+       "<p id=\"best\">Best rf2 2: <code>b</code>.</p>"},
+      {{Row("a", "ok", {}, {}, 1e-7), Row("<x>", "ok", {}, {}, -0.0)},
+       {"."},
+       0,
+       "<p id=\"best\">Best cpu_seconds -0: <code>&lt;x&gt;</code>.</p>"},
+      {{},
+       eleven,
+       -1,
+       "<p>Batch <code>0</code> <code>1</code> <code>2</code> <code>3</code> <code>4</code> "
+       "<code>5</code> <code>6</code> <code>7</code> <code>8</code> <code>9</code> and 1 more, "
+       "made 1969-12-31 23:59:59 UTC by tabrun " TABRUN_VERSION ".</p>"},
+      {{},
+       {"."},
+       std::numeric_limits<std::int64_t>::max(),
+       "<p>Batch <code>.</code>, made 9223372036854775807 s after 1970-01-01 00:00:00 UTC by "
+       "tabrun " TABRUN_VERSION ".</p>"},
+  };
+  for (const Case& c : cases) {
+    const std::string page = PageOf(c.rows, {}, c.paths, c.made_at);
+    const std::string start = c.line.substr(0, c.line.find_first_of(" >", 3));
+    EXPECT_EQ(Between(page, start, "\n").substr(0, c.line.size()), c.line);
+  }
+}
+
+TEST(HtmlReportTest, ListedFailures) {
+  ScriptRow unreadable = Row("gone.log", "unreadable");
+  unreadable.error = "cannot open: No such file or directory";
+  const std::string page =
+      PageOf({Row("ok.log", "ok"), Row("<img src=x onerror=alert(1)>.log", "bad_end"), unreadable,
+              Row("empty.log", "no_control_file")},
+             {{}, {"", "</script><!--", "last 'words'"}});
+  EXPECT_EQ(Between(page, "<section id=\"failed\">", "</section>"),
+            "<section id=\"failed\">\n<h2>Failed runs</h2>\n"
+            "<p>3 runs did not end with status ok. Open one to see the last records of its "
+            "log.</p>\n"
+            "<details><summary><b>bad_end</b> <code>&lt;img src=x onerror=alert(1)&gt;.log</code>"
+            "</summary><pre id=\"tail-1\">\n\n&lt;/script&gt;&lt;!--\nlast &#39;words&#39;</pre>"
+            "</details>\n"
+            "<details><summary><b>unreadable</b> <code>gone.log</code>: cannot open: No such file "
+            "or directory</summary></details>\n"
+            "<details><summary><b>no_control_file</b> <code>empty.log</code></summary></details>\n"
+            "</section>");
+  EXPECT_EQ(Column(page, "tails"), "[]");
+  EXPECT_NE(PageOf({Row("a", "ok")}).find("<p>No run failed.</p>"), std::string::npos);
+}
+
+// The first failures are listed; the tails of the others go with the rows.
+TEST(HtmlReportTest, FailuresPastTheListedOnes) {
+  std::vector<ScriptRow> rows(HtmlReport::kListedFailures + 2, Row("f.log", "no_cpu"));
+  rows.front() = Row("ok.log", "ok");
+  std::vector<std::vector<std::string>> tails(rows.size(), {"t"});
+  tails.back() = {"a\"b", "end"};
+  const std::string page = PageOf(rows, tails);
+  EXPECT_NE(page.find("<pre id=\"tail-100\">"), std::string::npos);
+  EXPECT_EQ(page.find("<pre id=\"tail-101\">"), std::string::npos);
+  EXPECT_NE(page.find("<p>1 more in the table: "), std::string::npos);
+  EXPECT_EQ(Column(page, "tails"), "[101,\"a\\\"b\\nend\"]");
+}
+
+// Tails fill the budget as the page writes them; the first that does not fit and every one
+// after it are left out and counted.
+TEST(HtmlReportTest, TailBudget) {
+  for (const std::uint64_t size : {HtmlReport::kTailBudget, HtmlReport::kTailBudget + 1}) {
+    SCOPED_TRACE(size);
+    const bool fits = size == HtmlReport::kTailBudget;
+    std::vector<ScriptRow> rows(HtmlReport::kListedFailures + 3, Row("f.log", "bad_end"));
+    std::vector<std::vector<std::string>> tails(rows.size(), {"t"});
+    tails[0] = {std::string(size, 'x')};
+    tails[2] = {};  // an empty log: nothing to leave out
+    const std::string page = PageOf(rows, tails);
+    EXPECT_EQ(page.find("<pre id=\"tail-0\">") != std::string::npos, fits);
+    EXPECT_NE(page.find("<p>The end of this log is left out.</p>"), std::string::npos);
+    EXPECT_NE(page.find("<p>The ends of " + std::to_string(fits ? 101 : 102) + " failed logs"),
+              std::string::npos);
+    EXPECT_NE(page.find(fits ? "\"tail_cut\":1," : "\"tail_cut\":0,"), std::string::npos);
+    EXPECT_EQ(Column(page, "tails"), "[]");
+  }
+}
+
+TEST(HtmlReportTest, Columns) {
+  ScriptRow a = Row("caf\xE9.log", "ok", 2.5, {}, 1e21);
+  a.kind = "annealing";
+  a.result = "  2.5";
+  ScriptRow b = Row("b.log", "unreadable");
+  b.error = "cannot open: \"x\"";
+  const std::string page = PageOf({a, b});
+  EXPECT_NE(page.find("{\"rows\":2,\"tail_cut\":null,\"columns\":["), std::string::npos);
+  struct Case {
+    std::string column, data;
+  } cases[] = {
+      {"log", "[\"caf\xEF\xBF\xBD.log\",\"b.log\"]"},
+      {"kind", std::string("\x02\x00", 2)},
+      {"status", std::string("\x00\x05", 2)},
+      {"cpu_seconds", "[1e+21,null]"},
+      {"chi2", "[2.5,null]"},
+      {"rp", "[null,null]"},
+      {"result", "[\"  2.5\",\"\"]"},
+      {"error", "[\"\",\"cannot open: \\\"x\\\"\"]"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(Column(page, c.column), c.data) << c.column;
+  EXPECT_EQ(Column(PageOf({}), "log"), "[]");
+}
+
+}  // namespace
+}  // namespace tabrun

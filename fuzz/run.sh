@@ -24,27 +24,8 @@ targets=(log_scan listing batch)
 binaries=()
 for name in "${targets[@]}"; do binaries+=("tabrun_${name}_fuzzer"); done
 
-# clang with the libFuzzer and sanitizer runtimes: try a one-line fuzzer, install if it fails.
-can_build_fuzzers() {
-  command -v clang++ >/dev/null 2>&1 || return 1
-  local probe
-  probe="$(mktemp -d)"
-  printf 'extern "C" int LLVMFuzzerTestOneInput(const char*, unsigned long) { return 0; }\n' \
-    >"$probe/probe.cc"
-  clang++ -fsanitize=fuzzer,address,undefined "$probe/probe.cc" -o "$probe/probe" \
-    >/dev/null 2>&1
-  local status=$?
-  rm -rf "$probe"
-  return $status
-}
-if ! can_build_fuzzers; then
-  echo "run.sh: installing clang and its runtimes" >&2
-  sudo_cmd=()
-  if (( EUID != 0 )); then sudo_cmd=(sudo); fi
-  "${sudo_cmd[@]}" apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq clang libclang-rt-14-dev
-  can_build_fuzzers || { echo "run.sh: clang cannot build fuzzers" >&2; exit 1; }
-fi
+# clang with the libFuzzer and sanitizer runtimes (Debian: clang libclang-rt-14-dev).
+command -v clang++ >/dev/null || { echo "run.sh: install clang and libclang-rt-14-dev" >&2; exit 1; }
 
 CC=clang CXX=clang++ cmake -S "$root" -B "$build" \
   -DTABRUN_BUILD_FUZZERS=ON -DTABRUN_BUILD_TESTS=OFF -DTABRUN_BUILD_BENCHMARKS=OFF \

@@ -9,8 +9,8 @@ FixedText::FixedText() { data_.fill(' '); }
 
 void FixedText::Assign(std::string_view value) {
   const size_t keep = std::min(value.size(), data_.size());
-  // memmove: the value may be a view of this very buffer.
-  std::memmove(data_.data(), value.data(), keep);
+  // memmove: the value may be a view of this very buffer. An empty one may have no data at all.
+  if (keep > 0) std::memmove(data_.data(), value.data(), keep);
   std::fill(data_.begin() + keep, data_.end(), ' ');
 }
 

@@ -75,8 +75,10 @@ TEST(LogScanTest, WhatEachLogSays) {
                  {6, "CPU Time: 1"}},
                 6),
        "summary r.pcr| 1          |1|rf2: 6"},
-      // The last "CPU Time:" of its record counts; its text is 12 columns, blanks past 256.
-      {Numbered({{1, ctl}, {2, "Normal end"}, {3, "CPU Time: 1.0  CPU Time:  123456.789012 s"}}, 3),
+      // The last whole "CPU Time:" of its record counts; its text is 12 columns, blanks past 256.
+      {Numbered(
+           {{1, ctl}, {2, "Normal end"}, {3, "CPU Time: 1.0  CPU Time:  123456.789012 s CPU Tim"}},
+           3),
        "summary r.pcr|  123456.789|123457|"},
       {Numbered({{1, ctl}, {2, "Normal end"}, {3, std::string(239, '.') + "CPU Time:12345678"}}, 3),
        "summary r.pcr|12345678    |1.23457e+07|"},

@@ -38,8 +38,18 @@ int Index(std::string_view text, std::string_view pattern) {
 }
 
 int IndexLast(std::string_view text, std::string_view pattern) {
-  const size_t at = text.rfind(pattern);
-  return at == std::string_view::npos ? 0 : static_cast<int>(at) + 1;
+  if (pattern.empty()) return static_cast<int>(text.size()) + 1;
+  // Only where the pattern's first byte stands, found from the right: rfind compares the
+  // whole pattern at every position of the text.
+  size_t starts = text.size() < pattern.size() ? 0 : text.size() - pattern.size() + 1;
+  while (starts > 0) {
+    const void* hit = memrchr(text.data(), pattern.front(), starts);
+    if (hit == nullptr) break;
+    const auto at = static_cast<size_t>(static_cast<const char*>(hit) - text.data());
+    if (text.substr(at, pattern.size()) == pattern) return static_cast<int>(at) + 1;
+    starts = at;
+  }
+  return 0;
 }
 
 }  // namespace tabrun

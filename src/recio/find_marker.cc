@@ -1,5 +1,7 @@
 #include "recio/find_marker.h"
 
+#include <bit>
+#include <cstdint>
 #include <cstring>
 
 #if defined(__x86_64__)
@@ -11,51 +13,67 @@ namespace {
 
 constexpr std::size_t kNotFound = std::string_view::npos;
 
-std::size_t FindScalar(const char* begin, std::size_t from, std::size_t length,
-                       std::string_view marker) {
-  const void* hit = memmem(begin + from, length - from, marker.data(), marker.size());
+std::size_t FindScalar(std::string_view haystack, std::string_view marker) {
+  const void* hit = memmem(haystack.data(), haystack.size(), marker.data(), marker.size());
   return hit == nullptr ? kNotFound
-                        : static_cast<std::size_t>(static_cast<const char*>(hit) - begin);
+                        : static_cast<std::size_t>(static_cast<const char*>(hit) - haystack.data());
 }
 
 #if defined(__x86_64__)
 
-// Checks the candidate positions set in `mask` (bit k = position base + k) in order.
-inline std::size_t CheckCandidates(unsigned mask, const char* base, std::string_view marker,
-                                   const char* begin) {
-  while (mask != 0) {
-    const int bit = __builtin_ctz(mask);
-    const char* candidate = base + bit;
+// The first of the candidate positions set in `mask` (bit k = position at + k) where the whole
+// marker stands, or kNotFound. Out of line, so that the block loop keeps its registers.
+template <typename Mask>
+[[gnu::noinline]] std::size_t FirstMatch(Mask mask, const char* at, std::string_view marker) {
+  for (; mask != 0; mask &= mask - 1) {
+    const int bit = std::countr_zero(mask);
     // The first and last bytes already agree; compare what lies between.
-    if (std::memcmp(candidate + 1, marker.data() + 1, marker.size() - 2) == 0) {
-      return static_cast<std::size_t>(candidate - begin);
-    }
-    mask &= mask - 1;
+    if (std::memcmp(at + bit + 1, marker.data() + 1, marker.size() - 2) == 0) return bit;
   }
   return kNotFound;
 }
 
-__attribute__((target("avx2"))) std::size_t FindAvx2(std::string_view haystack,
-                                                     std::string_view marker) {
+// Bit k set where position at + k holds `first` and position at + k + distance holds `last`.
+[[gnu::target("avx2")]] inline unsigned Candidates(const char* at, std::size_t distance,
+                                                   __m256i first, __m256i last) {
+  const __m256i head = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+  const __m256i tail = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at + distance));
+  return static_cast<unsigned>(_mm256_movemask_epi8(
+      _mm256_and_si256(_mm256_cmpeq_epi8(head, first), _mm256_cmpeq_epi8(tail, last))));
+}
+
+// REQUIRES: 2 <= marker.size() <= haystack.size().
+[[gnu::target("avx2")]] std::size_t FindAvx2(std::string_view haystack, std::string_view marker) {
   const char* begin = haystack.data();
-  const std::size_t m = marker.size();
-  const std::size_t last_start = haystack.size() - m;  // last position a match can start at
+  const std::size_t distance = marker.size() - 1;
+  const std::size_t starts = haystack.size() - distance;  // positions a match can start at
+  if (starts < 32) return FindScalar(haystack, marker);
   const __m256i first = _mm256_set1_epi8(marker.front());
   const __m256i last = _mm256_set1_epi8(marker.back());
   std::size_t i = 0;
-  for (; i + 32 <= last_start + 1; i += 32) {
-    const __m256i block_first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(begin + i));
-    const __m256i block_last =
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(begin + i + m - 1));
-    const __m256i both = _mm256_and_si256(_mm256_cmpeq_epi8(block_first, first),
-                                          _mm256_cmpeq_epi8(block_last, last));
-    const unsigned mask = static_cast<unsigned>(_mm256_movemask_epi8(both));
+  // 64 positions a round, with one test and one branch for both halves.
+  while (i + 64 <= starts) {
+    const std::uint64_t mask = Candidates(begin + i, distance, first, last) |
+                               std::uint64_t{Candidates(begin + i + 32, distance, first, last)}
+                                   << 32;
     if (mask != 0) {
-      const std::size_t found = CheckCandidates(mask, begin + i, marker, begin);
-      if (found != kNotFound) return found;
+      const std::size_t found = FirstMatch(mask, begin + i, marker);
+      if (found != kNotFound) return i + found;
     }
+    i += 64;
   }
-  return FindScalar(begin, i, haystack.size(), marker);
+  // The last 32 positions, or fewer: a block that ends at the last start, without the
+  // positions already looked at.
+  while (i < starts) {
+    const std::size_t at = i + 32 <= starts ? i : starts - 32;
+    const unsigned mask = Candidates(begin + at, distance, first, last) >> (i - at);
+    if (mask != 0) {
+      const std::size_t found = FirstMatch(mask, begin + i, marker);
+      if (found != kNotFound) return i + found;
+    }
+    i = at + 32;
+  }
+  return kNotFound;
 }
 
 bool HasAvx2() {
@@ -79,7 +97,7 @@ std::size_t FindMarker(std::string_view haystack, std::string_view marker) {
 #if defined(__x86_64__)
   if (HasAvx2()) return FindAvx2(haystack, marker);
 #endif
-  return FindScalar(haystack.data(), 0, haystack.size(), marker);
+  return FindScalar(haystack, marker);
 }
 
 }  // namespace tabrun

@@ -12,8 +12,9 @@ std::string Dots(const std::string& text, std::size_t length) {
   return text + std::string(length > text.size() ? length - text.size() : 0, '.');
 }
 
-// The filter compares a marker's first and last bytes at 32 positions at a time and checks the
-// rest only where both agree; the starts after the last whole block of 32 are searched apart.
+// The filter compares a marker's first and last bytes at 64 positions a round, then at the last
+// 32 positions in one block that ends at the last start, and checks the rest of the marker only
+// where both agree. Haystacks with fewer than 32 starts are searched without it.
 TEST(FindMarkerTest, CandidatesWhereFirstAndLastBytesAgree) {
   constexpr std::size_t kNone = std::string_view::npos;
   const std::string cpu = "CPU Time:";
@@ -22,26 +23,29 @@ TEST(FindMarkerTest, CandidatesWhereFirstAndLastBytesAgree) {
     std::string marker;
     std::size_t expected;
   } cases[] = {
-      // Two candidates in one block: the first, at the block's first position, fails.
+      // Two candidates in one block of 32: the first, at the block's first position, fails.
       {Dots("CPU Tame:CPU Time:", 64), cpu, 9},
       {Dots("CPU Tame:" + std::string(14, '.') + "CPU Time:", 64), cpu, 23},
       {Dots("..CPU Tame:CPU Tame:CPU Time:", 64), cpu, 20},
-      // The first candidate fails, the match is in the next block.
+      // The same in a round of 64: the match in its second half, or in the next round.
       {Dots("CPU Tame:" + std::string(31, '.') + "CPU Time:", 96), cpu, 40},
+      {Dots("CPU Tame:" + std::string(71, '.') + "CPU Time:", 160), cpu, 80},
       // Two matches in one block: the first counts.
       {Dots(".CPU Time:CPU Time:", 64), cpu, 1},
       // Only candidates that fail.
       {Dots("CPU Tame:CPU Tim::CPUxTime:", 64), cpu, kNone},
       {Dots("Normalised Normal_end", 96), "Normal end", kNone},
-      // After the last whole block: right behind it, at the very end, after a failed candidate.
+      // The last block, which overlaps the one before: a match right after that one, at the
+      // very end, after a failed candidate in the block before or at its own first new position.
       {Dots(std::string(32, '.') + cpu, 41), cpu, 32},
       {Dots(std::string(50, '.') + cpu, 59), cpu, 50},
       {Dots(std::string(30, '.') + "CPU Tame:" + cpu, 48), cpu, 39},
+      {Dots(std::string(32, '.') + "Rx:Rp:", 42), "Rp:", 35},
+      {Dots(std::string(64, '.') + "Rx:Rp:", 74), "Rp:", 67},
       // The shortest marker: one byte between its first and last.
       {Dots("Rx:Rp:", 64), "Rp:", 3},
       {Dots("RR::R:Rp.Rpp:", 64), "Rp:", kNone},
-      {Dots(std::string(33, '.') + "Rp:", 36), "Rp:", 33},
-      {"Rp:", "Rp:", 0},
+      {"Rx: Rp:", "Rp:", 4},
       {"Rp", "Rp:", kNone},
       {"", "Rp:", kNone},
   };

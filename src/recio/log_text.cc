@@ -122,14 +122,19 @@ std::uint64_t LogText::LineFeedAtOrAfter(std::uint64_t from) {
   }
 }
 
-std::uint64_t LogText::LastLineFeed(std::uint64_t low, std::uint64_t high) {
+std::uint64_t LogText::LastLineFeed(std::uint64_t low, std::uint64_t high, int n) {
   const std::uint64_t step = window_ / 2;
   high = std::min(high, size_);
   while (high > low) {
     const std::uint64_t at = std::max(low, high > step ? high - step : 0);
     const std::string_view bytes = Bytes(at, high - at).substr(0, high - at);
-    const void* lf = memrchr(bytes.data(), '\n', bytes.size());
-    if (lf != nullptr) return at + (static_cast<const char*>(lf) - bytes.data());
+    // Every line feed of this stretch, from its end on: records are short, windows long.
+    for (std::size_t end = bytes.size(); end > 0;) {
+      const void* lf = memrchr(bytes.data(), '\n', end);
+      if (lf == nullptr) break;
+      end = static_cast<std::size_t>(static_cast<const char*>(lf) - bytes.data());
+      if (--n == 0) return at + end;
+    }
     high = at;
   }
   return kNone;
@@ -142,15 +147,14 @@ std::uint64_t LogText::NextRecord(std::uint64_t at) {
 
 std::uint64_t LogText::RecordsAbove(std::uint64_t at, int n) {
   at = std::min(at, size_);
-  for (int i = 0; i < n && at > 0; ++i) {
-    // The record above `at` ends at the line feed just before it, or, for a last record
-    // without a line feed, at the end of the text.
-    const std::string_view before = Bytes(at - 1, 1);
-    const std::uint64_t end = !before.empty() && before.front() == '\n' ? at - 1 : at;
-    const std::uint64_t lf = LastLineFeed(0, end);
-    at = lf == kNone ? 0 : lf + 1;
-  }
-  return at;
+  if (at == 0 || n <= 0) return at;
+  // The record above `at` ends at the line feed just before it, or, for a last record without
+  // a line feed, at the end of the text; each record further up ends at the line feed before
+  // the start of the one below it.
+  const std::string_view before = Bytes(at - 1, 1);
+  const std::uint64_t end = !before.empty() && before.front() == '\n' ? at - 1 : at;
+  const std::uint64_t lf = LastLineFeed(0, end, n);
+  return lf == kNone ? 0 : lf + 1;
 }
 
 FixedText LogText::Record(std::uint64_t at) {

@@ -99,8 +99,9 @@ class LogText {
   std::string_view Bytes(std::uint64_t offset, std::size_t min_length);
   void Fill(std::uint64_t offset);
   std::uint64_t LineFeedAtOrAfter(std::uint64_t from);
-  // The offset of the last line feed in [low, high), or kNone.
-  std::uint64_t LastLineFeed(std::uint64_t low, std::uint64_t high);
+  // The offset of the n-th line feed in [low, high) counted back from `high`, or kNone when
+  // there are fewer. REQUIRES: n >= 1.
+  std::uint64_t LastLineFeed(std::uint64_t low, std::uint64_t high, int n = 1);
   std::uint64_t FirstHit(std::string_view marker, std::uint64_t from, std::uint64_t limit);
 
   static constexpr std::uint64_t kNone = ~std::uint64_t{0};

@@ -1,9 +1,10 @@
 #include "recio/number.h"
 
-#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <type_traits>
 
 namespace tabrun {
 namespace {
@@ -41,37 +42,52 @@ std::string RightJustify(std::string text, std::size_t width) {
   return text;
 }
 
-// The first value of `text` as a real constant with D exponents turned into E, ready for
-// strtof or strtod; kValue when there is one.
-RealReadResult FirstValue(std::string_view text, std::string* token) {
-  const std::size_t start = text.find_first_not_of(' ');
-  if (start == std::string_view::npos) return RealReadResult::kNoValue;
+// The first value of `text` in *token, when it is a real constant.
+RealReadResult FirstValue(std::string_view text, std::string_view* token) {
+  std::size_t start = 0;
+  while (start < text.size() && text[start] == ' ') ++start;
+  if (start == text.size()) return RealReadResult::kNoValue;
   if (text[start] == ',' || text[start] == '/') return RealReadResult::kNull;
-  const std::size_t end = std::min(text.find_first_of(" ,/", start), text.size());
-  token->assign(text.substr(start, end - start));
-  if (!IsRealConstant(*token)) return RealReadResult::kNotANumber;
-  for (char& c : *token) {
+  std::size_t end = start;
+  while (end < text.size() && text[end] != ' ' && text[end] != ',' && text[end] != '/') ++end;
+  *token = text.substr(start, end - start);
+  return IsRealConstant(*token) ? RealReadResult::kValue : RealReadResult::kNotANumber;
+}
+
+// The real constant `token`, rounded once to the nearest Real. std::from_chars reads most of
+// them without copying; it takes no plus sign and no D exponent, and leaves a value too large
+// or too small for Real alone, so those go through strtof or strtod, which round once too and
+// give an infinity on overflow.
+template <typename Real>
+Real ConvertReal(std::string_view token) {
+  const std::string_view digits = token.front() == '+' ? token.substr(1) : token;
+  Real value = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+  if (error == std::errc() && end == digits.data() + digits.size()) return value;
+  std::string copy(token);
+  for (char& c : copy) {
     if (c == 'D' || c == 'd') c = 'E';
   }
-  return RealReadResult::kValue;
+  if constexpr (std::is_same_v<Real, float>) {
+    return std::strtof(copy.c_str(), nullptr);
+  } else {
+    return std::strtod(copy.c_str(), nullptr);
+  }
+}
+
+template <typename Real>
+RealReadResult ReadRealAs(std::string_view text, Real* value) {
+  std::string_view token;
+  const RealReadResult result = FirstValue(text, &token);
+  if (result == RealReadResult::kValue) *value = ConvertReal<Real>(token);
+  return result;
 }
 
 }  // namespace
 
-RealReadResult ReadReal(std::string_view text, float* value) {
-  std::string token;
-  const RealReadResult result = FirstValue(text, &token);
-  // strtof rounds once, straight to single precision, and gives an infinity on overflow.
-  if (result == RealReadResult::kValue) *value = std::strtof(token.c_str(), nullptr);
-  return result;
-}
+RealReadResult ReadReal(std::string_view text, float* value) { return ReadRealAs(text, value); }
 
-RealReadResult ReadReal(std::string_view text, double* value) {
-  std::string token;
-  const RealReadResult result = FirstValue(text, &token);
-  if (result == RealReadResult::kValue) *value = std::strtod(token.c_str(), nullptr);
-  return result;
-}
+RealReadResult ReadReal(std::string_view text, double* value) { return ReadRealAs(text, value); }
 
 std::string FormatFixed14_3(float value) {
   constexpr std::size_t kWidth = 14;

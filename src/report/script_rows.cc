@@ -1,5 +1,6 @@
 #include "report/script_rows.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -7,6 +8,7 @@
 #include <string_view>
 
 #include "analysis/markers.h"
+#include "recio/fixed_text.h"
 #include "recio/number.h"
 #include "report/escape.h"
 
@@ -22,40 +24,73 @@ std::optional<double> NumberIn(std::string_view text) {
 
 // The number after the first (or with `last`, the last) `label` in `record`.
 std::optional<double> After(std::string_view record, std::string_view label, bool last = false) {
-  const std::size_t at = last ? record.rfind(label) : record.find(label);
-  if (at == std::string_view::npos) return {};
-  return NumberIn(record.substr(at + label.size()));
+  const int column = last ? IndexLast(record, label) : Index(record, label);
+  if (column == 0) return {};
+  return NumberIn(record.substr(static_cast<std::size_t>(column - 1) + label.size()));
 }
 
-Cell Text(const std::string& text) { return {text, false}; }
+// A Cell that only looks at its text.
+struct CellView {
+  std::string_view text;
+  bool number = false;
+};
 
-Cell Number(const std::optional<double>& value) {
-  return {value ? NumberText(*value) : std::string(), true};
+// Room for the digits of a number.
+using Digits = std::array<char, 32>;
+
+std::string_view DigitsOf(double value, Digits* digits) {
+  const char* end = std::to_chars(digits->data(), digits->data() + digits->size(), value).ptr;
+  return {digits->data(), static_cast<std::size_t>(end - digits->data())};
 }
 
-std::string CsvField(const std::string& text) {
-  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
-  std::string quoted = "\"";
-  for (char c : text) {
-    if (c == '"') quoted.push_back('"');
-    quoted.push_back(c);
+// Calls append(cell) for each field of `row`, in the order of kColumnNames. A number's text
+// lives only during its call.
+template <typename Append>
+void ForEachCell(const ScriptRow& row, Append append) {
+  for (const std::string* text : {&row.log, &row.kind, &row.status, &row.control_file}) {
+    append(CellView{*text, false});
   }
-  return quoted + '"';
+  for (const std::optional<double>* value :
+       {&row.cpu_seconds, &row.chi2, &row.rp, &row.rwp, &row.rexp, &row.rf2, &row.rf2w, &row.rf}) {
+    Digits digits;
+    append(CellView{*value ? DigitsOf(**value, &digits) : std::string_view(), true});
+  }
+  for (const std::string* text : {&row.result, &row.error}) append(CellView{*text, false});
 }
+
+void AppendCsvField(std::string_view text, std::string* line) {
+  const bool quoted = std::any_of(text.begin(), text.end(), [](char c) {
+    return c == ',' || c == '"' || c == '\r' || c == '\n';
+  });
+  if (!quoted) {
+    line->append(text);
+    return;
+  }
+  line->push_back('"');
+  for (char c : text) {
+    if (c == '"') line->push_back('"');
+    line->push_back(c);
+  }
+  line->push_back('"');
+}
+
+// Room for a whole row of most logs, so that a row is built in one allocation.
+constexpr std::size_t kRowRoom = 512;
 
 }  // namespace
 
 std::string NumberText(double value) {
-  char digits[32];
-  const auto result = std::to_chars(digits, digits + sizeof digits, value);
-  return std::string(digits, result.ptr);
+  Digits digits;
+  return std::string(DigitsOf(value, &digits));
 }
 
 std::array<Cell, kColumns> CellsOf(const ScriptRow& row) {
-  return {Text(row.log),           Text(row.kind),   Text(row.status), Text(row.control_file),
-          Number(row.cpu_seconds), Number(row.chi2), Number(row.rp),   Number(row.rwp),
-          Number(row.rexp),        Number(row.rf2),  Number(row.rf2w), Number(row.rf),
-          Text(row.result),        Text(row.error)};
+  std::array<Cell, kColumns> cells;
+  auto cell = cells.begin();
+  ForEachCell(row, [&cell](const CellView& view) {
+    *cell++ = {std::string(view.text), view.number};
+  });
+  return cells;
 }
 
 ScriptRow RowOfScan(std::string log, const RunScan& scan) {
@@ -110,27 +145,33 @@ std::string CsvHeader() {
 
 std::string CsvRow(const ScriptRow& row) {
   std::string line;
+  line.reserve(kRowRoom);
   // Every field but the first follows a comma, however many before it are empty.
-  for (const Cell& cell : CellsOf(row)) line.append(CsvField(cell.text)).push_back(',');
+  ForEachCell(row, [&line](const CellView& cell) {
+    AppendCsvField(cell.text, &line);
+    line.push_back(',');
+  });
   line.back() = '\n';
   return line;
 }
 
 std::string JsonRow(const ScriptRow& row) {
-  // The numbers keep the text of the CSV row.
-  const auto cells = CellsOf(row);
-  std::string line = "{";
-  for (std::size_t i = 0; i < cells.size(); ++i) {
-    line.append(i == 0 ? "\"" : ",\"").append(kColumnNames[i]).append("\":");
-    if (cells[i].text.empty()) {
+  std::string line;
+  line.reserve(kRowRoom);
+  std::size_t i = 0;
+  ForEachCell(row, [&line, &i](const CellView& cell) {
+    line.append(i == 0 ? "{\"" : ",\"").append(kColumnNames[i]).append("\":");
+    ++i;
+    if (cell.text.empty()) {
       line.append("null");
-    } else if (cells[i].number) {
-      line.append(cells[i].text);
+    } else if (cell.number) {
+      line.append(cell.text);  // as in the CSV row
     } else {
-      AppendJsonString(cells[i].text, &line);
+      AppendJsonString(cell.text, &line);
     }
-  }
-  return line + "}\n";
+  });
+  line.append("}\n");
+  return line;
 }
 
 }  // namespace tabrun

@@ -1,6 +1,7 @@
 #include "recio/fixed_text.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace tabrun {
@@ -23,8 +24,15 @@ std::string_view FixedText::Columns(int first, int last) const {
 }
 
 std::string_view TrimRight(std::string_view text) {
-  const size_t end = text.find_last_not_of(' ');
-  return end == std::string_view::npos ? std::string_view() : text.substr(0, end + 1);
+  // Eight blanks at a time first: most of a record is padding.
+  constexpr std::uint64_t kBlanks = 0x2020202020202020;
+  size_t end = text.size();
+  for (std::uint64_t word; end >= 8; end -= 8) {
+    std::memcpy(&word, text.data() + end - 8, 8);
+    if (word != kBlanks) break;
+  }
+  while (end > 0 && text[end - 1] == ' ') --end;
+  return text.substr(0, end);
 }
 
 std::string_view Trim(std::string_view text) {

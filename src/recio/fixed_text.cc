@@ -15,6 +15,16 @@ void FixedText::Assign(std::string_view value) {
   std::fill(data_.begin() + keep, data_.end(), ' ');
 }
 
+FixedText::FixedText(std::initializer_list<std::string_view> pieces) {
+  size_t used = 0;
+  for (std::string_view piece : pieces) {
+    const size_t keep = std::min(piece.size(), data_.size() - used);
+    if (keep > 0) std::memcpy(data_.data() + used, piece.data(), keep);
+    used += keep;
+  }
+  std::fill(data_.begin() + used, data_.end(), ' ');
+}
+
 std::string_view FixedText::Trimmed() const { return TrimRight(view()); }
 
 std::string_view FixedText::Columns(int first, int last) const {

@@ -10,6 +10,7 @@
 #define TABRUN_RECIO_FIXED_TEXT_H_
 
 #include <array>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -23,6 +24,8 @@ class FixedText {
   // An all-blank text.
   FixedText();
   explicit FixedText(std::string_view value) { Assign(value); }
+  // The pieces side by side, padded with blanks or cut on the right.
+  explicit FixedText(std::initializer_list<std::string_view> pieces);
 
   // Replaces the whole text by `value`, padded with blanks or cut on the right. `value` may
   // point into this text itself.

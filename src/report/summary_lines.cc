@@ -40,15 +40,16 @@ constexpr std::string_view kRf2Piece = "> R-F2:";
 // that the CPU column lines up through the whole of log.res.
 constexpr int kNameColumns = 50;
 
-// The items side by side at their full lengths.
-std::string Join(std::initializer_list<std::string_view> items) {
+// One record: the items side by side at their full lengths, and a line feed.
+std::string Record(std::initializer_list<std::string_view> items) {
+  std::size_t size = 1;
+  for (std::string_view item : items) size += item.size();
   std::string text;
+  text.reserve(size);
   for (std::string_view item : items) text.append(item);
+  text.push_back('\n');
   return text;
 }
-
-// One record: the items side by side, and a line feed.
-std::string Record(std::initializer_list<std::string_view> items) { return Join(items) + '\n'; }
 
 // A record of a text, an integer and a text as a list-directed write gives it: the record's
 // leading blank, the first text, the integer in its 12 columns (its own leading blanks
@@ -64,10 +65,8 @@ RunLines ToBoth(std::string_view lead, const FixedText& text) {
 
 // "Normal end for " and the run's name, as it stands before the CPU time is joined.
 FixedText NameStage(const RunScan& scan) {
-  std::string text(kNormalEndFor);
-  text.append(scan.control_file);
-  if (scan.kind == RunKind::kAnnealing) text.append(kAnnealingNote);
-  return FixedText(text);
+  return FixedText({kNormalEndFor, scan.control_file,
+                    scan.kind == RunKind::kAnnealing ? kAnnealingNote : std::string_view()});
 }
 
 }  // namespace
@@ -89,10 +88,10 @@ std::string NotFoundLine(const FixedText& log_name) {
 }
 
 FixedText RunText(const RunScan& scan) {
-  FixedText text(Join({NameStage(scan).Columns(1, kNameColumns), kCpuPiece, scan.cpu_text}));
+  FixedText text({NameStage(scan).Columns(1, kNameColumns), kCpuPiece, scan.cpu_text});
   const std::string_view piece = scan.result_label == ResultLabel::kChi2 ? kChi2Piece : kRf2Piece;
   if (scan.result_label != ResultLabel::kNone) {
-    text = FixedText(Join({text.Trimmed(), piece, scan.result_text}));
+    text = FixedText({text.Trimmed(), piece, scan.result_text});
   }
   return text;
 }

@@ -33,13 +33,17 @@ template <typename Mask>
   return kNotFound;
 }
 
-// Bit k set where position at + k holds `first` and position at + k + distance holds `last`.
-[[gnu::target("avx2")]] inline unsigned Candidates(const char* at, std::size_t distance,
-                                                   __m256i first, __m256i last) {
+// Byte k set where position at + k holds `first` and position at + k + distance holds `last`.
+[[gnu::target("avx2")]] inline __m256i Agree(const char* at, std::size_t distance, __m256i first,
+                                             __m256i last) {
   const __m256i head = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
   const __m256i tail = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at + distance));
-  return static_cast<unsigned>(_mm256_movemask_epi8(
-      _mm256_and_si256(_mm256_cmpeq_epi8(head, first), _mm256_cmpeq_epi8(tail, last))));
+  return _mm256_and_si256(_mm256_cmpeq_epi8(head, first), _mm256_cmpeq_epi8(tail, last));
+}
+
+[[gnu::target("avx2")]] inline std::uint64_t Mask(__m256i low, __m256i high) {
+  return static_cast<unsigned>(_mm256_movemask_epi8(low)) |
+         std::uint64_t{static_cast<unsigned>(_mm256_movemask_epi8(high))} << 32;
 }
 
 // REQUIRES: 2 <= marker.size() <= haystack.size().
@@ -51,22 +55,27 @@ template <typename Mask>
   const __m256i first = _mm256_set1_epi8(marker.front());
   const __m256i last = _mm256_set1_epi8(marker.back());
   std::size_t i = 0;
-  // 64 positions a round, with one test and one branch for both halves.
-  while (i + 64 <= starts) {
-    const std::uint64_t mask = Candidates(begin + i, distance, first, last) |
-                               std::uint64_t{Candidates(begin + i + 32, distance, first, last)}
-                                   << 32;
-    if (mask != 0) {
-      const std::size_t found = FirstMatch(mask, begin + i, marker);
-      if (found != kNotFound) return i + found;
+  // 128 positions a round with one test and one branch; most rounds hold no candidate.
+  for (; i + 128 <= starts; i += 128) {
+    const __m256i a = Agree(begin + i, distance, first, last);
+    const __m256i b = Agree(begin + i + 32, distance, first, last);
+    const __m256i c = Agree(begin + i + 64, distance, first, last);
+    const __m256i d = Agree(begin + i + 96, distance, first, last);
+    const __m256i any = _mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d));
+    if (_mm256_testz_si256(any, any)) continue;
+    for (const std::size_t half : {std::size_t{0}, std::size_t{64}}) {
+      const std::uint64_t mask = half == 0 ? Mask(a, b) : Mask(c, d);
+      const std::size_t found = mask == 0 ? kNotFound : FirstMatch(mask, begin + i + half, marker);
+      if (found != kNotFound) return i + half + found;
     }
-    i += 64;
   }
-  // The last 32 positions, or fewer: a block that ends at the last start, without the
-  // positions already looked at.
+  // Then 32 at a time, the last block ending at the last start, without the positions
+  // already looked at.
   while (i < starts) {
     const std::size_t at = i + 32 <= starts ? i : starts - 32;
-    const unsigned mask = Candidates(begin + at, distance, first, last) >> (i - at);
+    const unsigned mask =
+        static_cast<unsigned>(_mm256_movemask_epi8(Agree(begin + at, distance, first, last))) >>
+        (i - at);
     if (mask != 0) {
       const std::size_t found = FirstMatch(mask, begin + i, marker);
       if (found != kNotFound) return i + found;

@@ -55,12 +55,13 @@ void FindOrdinaryResult(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
     if (at >= log.size()) return;
     const FixedText line = log.Record(at);
     if (at >= log.size()) return;
-    const int chi2 = IndexLast(line.view(), markers::kChi2);
-    const int rf2 = Index(line.view(), markers::kRf2);
-    if (chi2 != 0 && Index(line.view(), markers::kRp) != 0) {
+    // "Rp:" first: most records with "Chi2:" lack it.
+    const int chi2 =
+        Index(line.view(), markers::kRp) != 0 ? IndexLast(line.view(), markers::kChi2) : 0;
+    if (chi2 != 0) {
       scan->result_label = ResultLabel::kChi2;
       scan->result_text = After(line, chi2, markers::kChi2.size());
-    } else if (rf2 != 0) {
+    } else if (const int rf2 = Index(line.view(), markers::kRf2); rf2 != 0) {
       scan->result_label = ResultLabel::kRf2;
       // The one column right after the marker is skipped.
       scan->result_text = After(line, rf2, markers::kRf2.size() + 1);

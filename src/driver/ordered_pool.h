@@ -25,33 +25,39 @@ inline int UsableCpus() {
   return std::max(1, CPU_COUNT(&set));
 }
 
-// Runs work(index, worker) for every index from 0 to count - 1 on up to `jobs` threads, and
-// hands the results back in the order of the indices through Next(). `worker` is the number of
-// the thread that does the work, from 0 to jobs - 1, so that each thread can keep state of its
-// own in a slot of the caller's. Indices are taken in order; at most `ahead` results are
-// made or wait to be taken at any time, so memory does not grow with `count`: a thread that
-// gets that far ahead of Next() waits. With one job, or when no thread can be started, no thread is started and Next() does
+// Runs work(index, worker) for every index from 0 to count - 1 on `jobs` threads, and hands
+// the results back in the order of the indices through Next(). The thread that calls Next() is
+// one of them: jobs - 1 threads are started, and Next() works too while the result it needs is
+// not there yet. `worker` is the number of the thread that does the work, from 0 to jobs - 1
+// (jobs - 1 for the one that calls Next()), so that each thread can keep state of its own in a
+// slot of the caller's. Indices are taken in order; at most `ahead` results are made or wait to
+// be taken at any time, so memory does not grow with `count`: a started thread that gets that
+// far ahead of Next() waits. With one job, or when no thread can be started, Next() does all
 // the work itself, one index at a time.
 //
-// Next() sleeps as little as it can: when the next result is not there yet, it waits for a
-// batch of kBatch results rather than for one, so that a batch of small logs wakes it once per
+// Next() sleeps only when every index is taken or the window is full, and then until a batch of
+// kBatch results is there rather than one, so that a batch of small logs wakes it once per
 // batch and not once per log.
 template <typename Result>
 class OrderedPool {
  public:
   static constexpr std::size_t kAhead = 256;
-  static constexpr std::size_t kBatch = 16;
+  static constexpr std::size_t kBatch = 64;
   using Work = std::function<Result(std::size_t index, int worker)>;
 
   // REQUIRES: ahead >= 1.
   OrderedPool(std::size_t count, int jobs, Work work, std::size_t ahead = kAhead)
-      : count_(count), ahead_(ahead), work_(std::move(work)), slots_(ahead) {
-    const auto threads = std::min<std::size_t>(static_cast<std::size_t>(std::max(jobs, 1)), count);
-    for (std::size_t t = 0; threads > 1 && t < threads; ++t) {
+      : count_(count),
+        ahead_(ahead),
+        own_(std::max(jobs, 1) - 1),
+        work_(std::move(work)),
+        slots_(ahead) {
+    const auto threads = std::min<std::size_t>(static_cast<std::size_t>(own_), count);
+    for (std::size_t t = 0; t < threads; ++t) {
       try {
         threads_.emplace_back(&OrderedPool::Run, this, static_cast<int>(t));
       } catch (const std::system_error&) {
-        break;  // fewer threads, or none: Next() then works itself
+        break;  // fewer threads: Next() does the rest
       }
     }
   }
@@ -71,12 +77,10 @@ class OrderedPool {
   // The result for the next index, once it is there. REQUIRES: called at most count times.
   Result Next() {
     const std::size_t index = taken_.load(std::memory_order_relaxed);
-    if (threads_.empty()) {
-      taken_.store(index + 1, std::memory_order_relaxed);
-      return work_(index, 0);
-    }
     Slot& slot = slots_[index % ahead_];
-    if (!slot.full.load(std::memory_order_acquire)) WaitFor(index);
+    while (!slot.full.load(std::memory_order_acquire)) {
+      if (!WorkOne()) WaitFor(index);
+    }
     Result result = std::move(*slot.result);
     slot.result.reset();
     slot.full.store(false, std::memory_order_relaxed);
@@ -96,6 +100,27 @@ class OrderedPool {
   };
   static constexpr std::size_t kNobody = ~std::size_t{0};
 
+  // Next()'s own share: takes the next index, if there is one and room for its result, and
+  // does it. False when there was none to take.
+  bool WorkOne() {
+    std::size_t index = claimed_.load(std::memory_order_relaxed);
+    do {
+      if (index >= count_ || index >= taken_.load() + ahead_) return false;
+    } while (!claimed_.compare_exchange_weak(index, index + 1, std::memory_order_relaxed));
+    Put(index, work_(index, own_));
+    return true;
+  }
+
+  void Put(std::size_t index, Result result) {
+    Slot& slot = slots_[index % ahead_];
+    slot.result.emplace(std::move(result));
+    slot.full.store(true);
+    if (wanted_.load() == index) {
+      { const std::lock_guard<std::mutex> lock(mutex_); }
+      ready_.notify_one();
+    }
+  }
+
   // Sleeps until the result of `index` is there, and when the index at the end of its batch
   // is not done either, until that one is too.
   void WaitFor(std::size_t index) {
@@ -106,9 +131,6 @@ class OrderedPool {
     wanted_.store(wanted);
     ready_.wait(lock, [&] { return slots_[wanted % ahead_].full.load(); });
     wanted_.store(kNobody);
-    lock.unlock();
-    // `wanted` may be done before `index`.
-    if (!slots_[index % ahead_].full.load(std::memory_order_acquire)) WaitFor(index);
   }
 
   void Run(int worker) {
@@ -123,18 +145,13 @@ class OrderedPool {
         --room_waiters_;
         if (stop_) return;
       }
-      Slot& slot = slots_[index % ahead_];
-      slot.result.emplace(work_(index, worker));
-      slot.full.store(true);
-      if (wanted_.load() == index) {
-        { const std::lock_guard<std::mutex> lock(mutex_); }
-        ready_.notify_one();
-      }
+      Put(index, work_(index, worker));
     }
   }
 
   const std::size_t count_;
   const std::size_t ahead_;
+  const int own_;  // the worker number of Next()'s own share
   const Work work_;
   std::vector<Slot> slots_;
   std::atomic<std::size_t> claimed_{0};        // indices handed to the threads

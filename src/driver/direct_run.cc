@@ -69,7 +69,8 @@ Batch BatchOf(const std::vector<std::string>& paths) {
 // What reading one log gives.
 struct LogRead {
   ScriptRow row;
-  std::vector<std::string> tail;  // the end of a log that failed, when it is wanted
+  std::vector<std::string> tail;  // for the page: the end of a log that failed
+  HtmlReport::Cells cells;        // for the page: the row as its columns carry it
   std::uint64_t bytes = 0;
 };
 
@@ -84,25 +85,33 @@ class Reader {
     if (directory_fd_ >= 0) close(directory_fd_);
   }
 
-  // Reads `log` of `batch` into its row, and for a log that failed the end of it when `tail`.
-  LogRead Read(const Batch& batch, const Batch::Log& log, bool tail) {
-    std::string path = batch.PathOf(log);
-    if (!log.error.empty()) return {UnreadableRow(std::move(path), log.error), {}, 0};
-    std::string error;
-    const int directory = DirectoryFd(batch, log.directory, &error);
-    if (directory == -1 || text_.Open(directory, log.name, &error) != LogText::OpenResult::kOpened) {
-      return {UnreadableRow(std::move(path), "cannot open: " + error), {}, 0};
-    }
-    LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, 0};
-    if (tail && read.row.status != "ok") read.tail = text_.LastRecords(HtmlReport::kTailRecords);
-    read.bytes = text_.size();
-    if (!text_.Close(&error)) read.row = UnreadableRow(read.row.log, "cannot close: " + error);
+  // Reads `log` of `batch` into its row, and for the page (`page`) its cells and, when it
+  // failed, the end of the log.
+  LogRead Read(const Batch& batch, const Batch::Log& log, bool page) {
+    LogRead read = Scan(batch, log, page ? HtmlReport::kTailRecords : 0);
+    if (page) read.cells = HtmlReport::Encode(read.row);
     return read;
   }
 
   bool cold() const { return text_.cold(); }
 
  private:
+  // The row of `log`, and the last `tail_records` records of a log that failed.
+  LogRead Scan(const Batch& batch, const Batch::Log& log, int tail_records) {
+    std::string path = batch.PathOf(log);
+    if (!log.error.empty()) return {UnreadableRow(std::move(path), log.error), {}, {}, 0};
+    std::string error;
+    const int directory = DirectoryFd(batch, log.directory, &error);
+    if (directory == -1 || text_.Open(directory, log.name, &error) != LogText::OpenResult::kOpened) {
+      return {UnreadableRow(std::move(path), "cannot open: " + error), {}, {}, 0};
+    }
+    LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, {}, 0};
+    if (read.row.status != "ok") read.tail = text_.LastRecords(tail_records);
+    read.bytes = text_.size();
+    if (!text_.Close(&error)) read.row = UnreadableRow(read.row.log, "cannot close: " + error);
+    return read;
+  }
+
   // A descriptor of directory `index` of `batch`, or AT_FDCWD for kNoDirectory; -1 with the
   // reason when it cannot be opened.
   int DirectoryFd(const Batch& batch, std::size_t index, std::string* error) {
@@ -140,7 +149,7 @@ std::int64_t MadeAt() {
 
 int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs) {
   const Batch batch = BatchOf(paths);
-  const bool tails = format == RowFormat::kHtml;
+  const bool page = format == RowFormat::kHtml;
   ReadAhead ahead(batch.logs.size(), [&batch](std::size_t index) {
     return open(batch.PathOf(batch.logs[index]).c_str(),
                 O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
@@ -148,7 +157,7 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
   std::vector<Reader> readers(static_cast<std::size_t>(jobs));
   OrderedPool<LogRead> pool(batch.logs.size(), jobs, [&](std::size_t index, int worker) {
     Reader& reader = readers[static_cast<std::size_t>(worker)];
-    LogRead read = reader.Read(batch, batch.logs[index], tails);
+    LogRead read = reader.Read(batch, batch.logs[index], page);
     ahead.Reached(index, reader.cold());
     return read;
   });
@@ -166,7 +175,7 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
     switch (format) {
       case RowFormat::kCsv: console.Write(CsvRow(read.row)); break;
       case RowFormat::kJson: console.Write(JsonRow(read.row)); break;
-      case RowFormat::kHtml: report->Add(read.row, read.tail); break;
+      case RowFormat::kHtml: report->Add(read.row, read.cells, read.tail); break;
     }
   }
   if (report) report->WritePage([&console](std::string_view text) { console.Write(text); });

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <ctime>
 #include <string_view>
+#include <utility>
 
 #include "report/escape.h"
 #include "report/page_assets.h"
@@ -87,6 +88,28 @@ char CodeOf(const char* const (&names)[N], const std::string& text) {
   return static_cast<char>(code);
 }
 
+// How a column is carried: a byte of code per row, numbers as text between commas (empty for
+// none), or a JSON array of strings.
+enum Type { kCode, kNumber, kText };
+Type ColumnType(std::size_t column) {
+  static const auto kTypes = [] {
+    std::array<Type, kColumns> types;
+    std::size_t i = 0;
+    ForEachCell(ScriptRow(), [&](std::string_view, bool number) {
+      types[i] = i == kKindColumn || i == kStatusColumn ? kCode : number ? kNumber : kText;
+      ++i;
+    });
+    return types;
+  }();
+  return kTypes[column];
+}
+
+template <std::size_t... Column>
+std::array<PackedText, kColumns> PackedColumns(std::index_sequence<Column...>) {
+  return {PackedText(ColumnType(Column) == kNumber ? PackedText::Kind::kFigures
+                                                   : PackedText::Kind::kText)...};
+}
+
 template <std::size_t N>
 std::string JsonList(const char* const (&names)[N]) {
   std::string json = "[";
@@ -100,30 +123,48 @@ std::string JsonList(const char* const (&names)[N]) {
 }  // namespace
 
 HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
-    : paths_(std::move(paths)), made_at_(made_at) {
+    : paths_(std::move(paths)),
+      made_at_(made_at),
+      columns_(PackedColumns(std::make_index_sequence<kColumns>())) {
   for (std::size_t i = 0; i < kColumns; ++i) {
-    if (i != kKindColumn && i != kStatusColumn) columns_[i].Append("[");
+    if (ColumnType(i) == kText) columns_[i].Append("[");
   }
   tails_.Append("[");
 }
 
-void HtmlReport::Add(const ScriptRow& row, const std::vector<std::string>& tail) {
-  const auto cells = CellsOf(row);
-  const char status = CodeOf(kStatusNames, row.status);
-  const char kind = CodeOf(kKindNames, row.kind);
-  columns_[kStatusColumn].Append({&status, 1});
-  columns_[kKindColumn].Append({&kind, 1});
-  std::string json;
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    if (i == kKindColumn || i == kStatusColumn) continue;
-    json.assign(rows_ == 0 ? "" : ",");
-    if (!cells[i].number) {
-      AppendJsonString(cells[i].text, &json);
+HtmlReport::Cells HtmlReport::Encode(const ScriptRow& row) {
+  Cells encoded;
+  std::string& text = encoded.text;
+  std::size_t i = 0;
+  ForEachCell(row, [&](std::string_view cell, bool number) {
+    encoded.start[i] = static_cast<std::uint32_t>(text.size());
+    if (i == kStatusColumn) {
+      text.push_back(CodeOf(kStatusNames, row.status));
+    } else if (i == kKindColumn) {
+      text.push_back(CodeOf(kKindNames, row.kind));
     } else {
-      json.append(cells[i].text.empty() ? "null" : cells[i].text);
+      text.push_back(',');
+      if (number) {
+        text.append(cell);
+      } else {
+        AppendJsonString(cell, &text);
+      }
     }
-    columns_[i].Append(json);
+    ++i;
+  });
+  encoded.start[kColumns] = static_cast<std::uint32_t>(text.size());
+  return encoded;
+}
+
+void HtmlReport::Add(const ScriptRow& row, const Cells& cells,
+                     const std::vector<std::string>& tail) {
+  const std::string_view text = cells.text;
+  for (std::size_t i = 0; i < kColumns; ++i) {
+    // The first row's cells have no comma before them.
+    const std::uint32_t from = cells.start[i] + (rows_ == 0 && ColumnType(i) != kCode ? 1 : 0);
+    columns_[i].Append(text.substr(from, cells.start[i + 1] - from));
   }
+  const char status = text[cells.start[kStatusColumn]];
   ++counts_[static_cast<std::size_t>(status)];
   if (row.cpu_seconds) cpu_total_ += *row.cpu_seconds;
   for (std::size_t k = 0; k < best_.size(); ++k) {
@@ -218,19 +259,17 @@ std::string HtmlReport::FailedRuns() const {
 }
 
 void HtmlReport::WriteData(const PageSink& sink) {
-  const auto types = CellsOf(ScriptRow());  // which columns hold numbers
+  constexpr const char* kTypeNames[] = {"code", "number", "text"};
   sink("<script type=\"application/json\" id=\"data\">{\"rows\":" + std::to_string(rows_) +
        ",\"tail_cut\":" + (tail_cut_ ? std::to_string(*tail_cut_) : "null") + ",\"columns\":[");
   for (std::size_t i = 0; i < kColumns; ++i) {
     std::string head = i == 0 ? "{\"name\":" : ",{\"name\":";
     AppendJsonString(kColumnNames[i], &head);
+    head += std::string(",\"type\":\"") + kTypeNames[ColumnType(i)] + "\"";
     if (i == kKindColumn || i == kStatusColumn) {
-      head += ",\"type\":\"code\",\"values\":" +
-              (i == kKindColumn ? JsonList(kKindNames) : JsonList(kStatusNames));
-    } else {
-      columns_[i].Append("]");
-      head += types[i].number ? ",\"type\":\"number\"" : ",\"type\":\"text\"";
+      head += ",\"values\":" + (i == kKindColumn ? JsonList(kKindNames) : JsonList(kStatusNames));
     }
+    if (ColumnType(i) == kText) columns_[i].Append("]");
     sink(head + ",\"data\":\"");
     columns_[i].WriteBase64(sink);
     sink("\"}");

@@ -8,18 +8,17 @@
 namespace tabrun {
 namespace {
 
-// Appended text is compressed in blocks of this size: fewer calls into zlib, little memory.
-constexpr std::size_t kBlock = 32 << 10;
-
 void AppendBase64(std::string_view bytes, std::string* out) {
   static constexpr char kAlphabet[] =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::size_t i = 0;
-  for (; i + 3 <= bytes.size(); i += 3) {
+  std::size_t at = out->size();
+  out->resize(at + bytes.size() / 3 * 4);
+  for (; i + 3 <= bytes.size(); i += 3, at += 4) {
     const std::uint32_t group = static_cast<std::uint8_t>(bytes[i]) << 16 |
                                 static_cast<std::uint8_t>(bytes[i + 1]) << 8 |
                                 static_cast<std::uint8_t>(bytes[i + 2]);
-    for (int shift = 18; shift >= 0; shift -= 6) out->push_back(kAlphabet[(group >> shift) & 63]);
+    for (int k = 0; k < 4; ++k) (*out)[at + k] = kAlphabet[(group >> (18 - 6 * k)) & 63];
   }
   if (i == bytes.size()) return;
   const bool two = i + 2 == bytes.size();
@@ -33,16 +32,14 @@ void AppendBase64(std::string_view bytes, std::string* out) {
 
 }  // namespace
 
-PackedText::PackedText() : stream_(std::make_unique<z_stream_s>()) {
-  if (deflateInit(stream_.get(), Z_BEST_SPEED) != Z_OK) throw std::bad_alloc();
+PackedText::PackedText(Kind kind) : stream_(std::make_unique<z_stream_s>()) {
+  const int strategy = kind == Kind::kText ? Z_DEFAULT_STRATEGY : Z_HUFFMAN_ONLY;
+  if (deflateInit2(stream_.get(), Z_BEST_SPEED, Z_DEFLATED, MAX_WBITS, 8, strategy) != Z_OK) {
+    throw std::bad_alloc();
+  }
 }
 
 PackedText::~PackedText() { deflateEnd(stream_.get()); }
-
-void PackedText::Append(std::string_view text) {
-  pending_.append(text);
-  if (pending_.size() >= kBlock) Deflate(false);
-}
 
 void PackedText::Deflate(bool finish) {
   z_stream_s& z = *stream_;

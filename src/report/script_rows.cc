@@ -46,7 +46,7 @@ std::string_view DigitsOf(double value, Digits* digits) {
 // Calls append(cell) for each field of `row`, in the order of kColumnNames. A number's text
 // lives only during its call.
 template <typename Append>
-void ForEachCell(const ScriptRow& row, Append append) {
+void VisitCells(const ScriptRow& row, Append append) {
   for (const std::string* text : {&row.log, &row.kind, &row.status, &row.control_file}) {
     append(CellView{*text, false});
   }
@@ -84,13 +84,9 @@ std::string NumberText(double value) {
   return std::string(DigitsOf(value, &digits));
 }
 
-std::array<Cell, kColumns> CellsOf(const ScriptRow& row) {
-  std::array<Cell, kColumns> cells;
-  auto cell = cells.begin();
-  ForEachCell(row, [&cell](const CellView& view) {
-    *cell++ = {std::string(view.text), view.number};
-  });
-  return cells;
+void ForEachCell(const ScriptRow& row,
+                 const std::function<void(std::string_view text, bool number)>& cell) {
+  VisitCells(row, [&cell](const CellView& view) { cell(view.text, view.number); });
 }
 
 ScriptRow RowOfScan(std::string log, const RunScan& scan) {
@@ -147,7 +143,7 @@ std::string CsvRow(const ScriptRow& row) {
   std::string line;
   line.reserve(kRowRoom);
   // Every field but the first follows a comma, however many before it are empty.
-  ForEachCell(row, [&line](const CellView& cell) {
+  VisitCells(row, [&line](const CellView& cell) {
     AppendCsvField(cell.text, &line);
     line.push_back(',');
   });
@@ -159,7 +155,7 @@ std::string JsonRow(const ScriptRow& row) {
   std::string line;
   line.reserve(kRowRoom);
   std::size_t i = 0;
-  ForEachCell(row, [&line, &i](const CellView& cell) {
+  VisitCells(row, [&line, &i](const CellView& cell) {
     line.append(i == 0 ? "{\"" : ",\"").append(kColumnNames[i]).append("\":");
     ++i;
     if (cell.text.empty()) {

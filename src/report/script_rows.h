@@ -4,8 +4,10 @@
 #define TABRUN_REPORT_SCRIPT_ROWS_H_
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "analysis/log_scan.h"
 
@@ -35,15 +37,14 @@ inline constexpr const char* kStatusNames[] = {
     "ok", "no_cpu", "bad_end", "no_control_file", "bad_cpu_value", "unreadable"};
 inline constexpr const char* kKindNames[] = {"", "ordinary", "annealing"};
 
-// One field of a row as text: a string as it is, a number as the shortest decimal that reads
-// back to the same double ("3.87", "1e+39"), an empty number as the empty text.
-struct Cell {
-  std::string text;
-  bool number = false;
-};
+// A number as the rows write it: the shortest decimal that reads back to the same double
+// ("3.87", "1e+39").
 std::string NumberText(double value);
-// The fields of `row` in the order of kColumnNames.
-std::array<Cell, kColumns> CellsOf(const ScriptRow& row);
+// Calls cell(text, number) for each field of `row`, in the order of kColumnNames: a string as
+// it is, a number as NumberText writes it, an empty number as the empty text. The text lives
+// only during its call.
+void ForEachCell(const ScriptRow& row,
+                 const std::function<void(std::string_view text, bool number)>& cell);
 
 // The row of a log that was scanned. The CPU value is read in double precision with the
 // same rules as the summary's; a number field is empty when its label is absent or is not

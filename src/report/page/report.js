@@ -45,12 +45,14 @@
   const decoder = new TextDecoder();
   const unpackJson = async (base64) => JSON.parse(decoder.decode(await unpack(base64)));
 
-  async function loadColumn(c) {
+  // A column: a byte of code per row, a JSON array of strings, or numbers as text between
+  // commas, an empty text for none.
+  async function loadColumn(c, rows) {
     if (c.type === 'code') return {...c, data: await unpack(c.data)};
-    const list = await unpackJson(c.data);
-    if (c.type === 'text') return {...c, data: list};
-    const values = new Float64Array(list.length);
-    for (let i = 0; i < list.length; i++) values[i] = list[i] ?? NaN;
+    if (c.type === 'text') return {...c, data: await unpackJson(c.data)};
+    const list = decoder.decode(await unpack(c.data)).split(',');
+    const values = new Float64Array(rows);
+    for (let i = 0; i < rows; i++) values[i] = list[i] === '' ? NaN : Number(list[i]);
     return {...c, data: values};
   }
 
@@ -636,7 +638,7 @@
     const data = JSON.parse($('data').textContent);
     n = data.rows;
     tailCut = data.tail_cut;
-    cols = await Promise.all(data.columns.map(loadColumn));
+    cols = await Promise.all(data.columns.map((c) => loadColumn(c, data.rows)));
     for (const c of cols) col[c.name] = c;
     const flat = await unpackJson(data.tails);
     tails = new Map();

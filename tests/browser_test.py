@@ -6,7 +6,7 @@ as report_test.png in OUT_DIR.
 
 Usage: /usr/bin/python3 tests/browser_test.py TABRUN OUT_DIR
 Exits 77 (skipped) when Chromium, chromedriver or selenium is missing, unless
-TABRUN_REQUIRE_BROWSER=1 is set; then that is a failure."""
+TABRUN_NO_SKIP=1 is set; then that is a failure."""
 import csv
 import io
 import json
@@ -35,7 +35,7 @@ def start_browser():
     if not found:
         print("browser test skipped: install the Debian packages chromium chromium-driver "
               "python3-selenium")
-        sys.exit(1 if os.environ.get("TABRUN_REQUIRE_BROWSER") == "1" else 77)
+        sys.exit(1 if os.environ.get("TABRUN_NO_SKIP") == "1" else 77)
     options = webdriver.ChromeOptions()
     options.binary_location = CHROMIUM
     profile = tempfile.mkdtemp(prefix="tabrun-chromium.")

@@ -1,29 +1,36 @@
 #!/usr/bin/env bash
-# Times tabrun against cat, grep and ls on folders of generated logs and checks its targets.
+# Times tabrun against cat, grep, ls and the previous release on folders of generated logs,
+# checks that its output is the same for every -j, and checks its targets.
 #
 #   bash bench/run.sh [--smoke] [--cold] [--keep] [--runs N] [--scratch DIR] [--tabrun PATH]
+#                     [--previous REV]
 #
-#   --smoke    small folders (about 20 MB, seconds); missed targets do not fail the run
-#   --cold     also time each command after sync and tabrun_gen_corpus evict before every run;
-#              stops unless tabrun_gen_corpus resident then finds under 1 % of the pages cached
-#   --keep     keep the folders; one is reused only if made with the same parameters and generator
-#   --runs N   timed runs of each command, the median is reported (default 5; 3 with --smoke)
-#   --scratch  where the folders go (default ${TMPDIR:-/tmp}/tabrun-bench)
-#   --tabrun   time this binary; then only the generator is built (into build-bench/)
+#   --smoke     small folders (about 20 MB, seconds); missed targets do not fail the run
+#   --cold      also time each command after sync and tabrun_gen_corpus evict before every run;
+#               stops unless tabrun_gen_corpus resident then finds under 1 % of the pages cached
+#   --keep      keep the folders; one is reused only if made with the same parameters and generator
+#   --runs N    timed runs of each command, the median is reported (default 5; 3 with --smoke)
+#   --scratch   where the folders go (default ${TMPDIR:-/tmp}/tabrun-bench)
+#   --tabrun    time this binary; then only the generator is built (into build-bench/)
+#   --previous  the commit of the previous release, built into build-bench/previous and timed
+#               beside (default: 1.1.0, bd8531f, in a full run; none with --smoke; "" for none)
 #
 # A full run needs 1.2 GB of free scratch space (3.5 GB and 230,000 inodes with --keep), some
 # minutes (more with --cold), hyperfine and GNU time (apt-get installs them when run as root).
-# LC_ALL=C throughout. cat, grep and ls take the names from find | xargs -0, as the 200,000 names
-# of F exceed the argument list. The direct mode is timed if tabrun --help mentions --csv, and
-# the report page (warm only) if it mentions --html.
+# LC_ALL=C throughout. grep is `grep -r --include='*.log' -H -F` with the four markers, writing
+# to a file (to /dev/null GNU grep stops at the first match); cat takes the names from
+# find | xargs -0; "ls+grep" is `ls -l *.log > list_log` and that grep, the default mode's
+# baseline (not on F, whose 200,000 names exceed the argument list; tabrun's default mode is
+# not timed there either). Every tabrun runs with its default -j (the CPUs it may use).
 # Exit status: 0 when all targets are met (or with --smoke), 1 when one is missed, 2 on an error.
 
 # shellcheck source=bench/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
-scratch=${TMPDIR:-/tmp}/tabrun-bench smoke=0 cold=0 keep=0 runs="" tabrun=""
-bench_options "smoke cold keep" "runs scratch tabrun" "$@"
+scratch=${TMPDIR:-/tmp}/tabrun-bench smoke=0 cold=0 keep=0 runs="" tabrun="" previous=unset
+bench_options "smoke cold keep" "runs scratch tabrun previous" "$@"
 [[ -n $runs ]] || runs=$((smoke ? 3 : 5))
 [[ $runs =~ ^[1-9][0-9]*$ ]] || die "--runs needs a positive number, not '$runs'"
+[[ $previous != unset ]] || previous=$( ((smoke)) || echo bd8531f)
 mkdir -p "$scratch"
 scratch=$(cd "$scratch" && pwd)
 bench_build
@@ -33,28 +40,34 @@ for tool in hyperfine:hyperfine time:/usr/bin/time; do # Debian package:command
   { apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${tool%%:*}"; } \
     >"$scratch/apt.log" 2>&1 || die "cannot install ${tool%%:*} (log: $scratch/apt.log)"
 done
-direct=0 html=0
-[[ $("$tabrun" --help 2>&1 || true) != *--csv* ]] || direct=1
-[[ $("$tabrun" --help 2>&1 || true) != *--html* ]] || html=1
+prev=""
+if [[ -n $previous ]]; then
+  echo "== building the previous release ($previous) into $build/previous"
+  rm -rf "$build/previous" && mkdir -p "$build/previous/src"
+  { git -C "$repo" archive "$previous" | tar -x -C "$build/previous/src" &&
+    cmake -S "$build/previous/src" -B "$build/previous" -DCMAKE_BUILD_TYPE=Release \
+      -DTABRUN_BUILD_TESTS=OFF && cmake --build "$build/previous" -j2 --target tabrun; } \
+    >"$build/previous.log" 2>&1 || die "cannot build $previous (log: $build/previous.log)"
+  prev=$build/previous/tabrun
+fi
 
-# NAME LOGS SIZE KIND SEED TARGETS; a target RATIO:LIMIT holds when RATIO <= LIMIT. Warm:
-# cat, grep, lscat = tabrun / cat, grep, (ls + cat); direct = tabrun --csv / tabrun. Cold:
-# ccat, cgrep = tabrun / cat, grep. html = tabrun --html / tabrun --csv, on every corpus. The
-# peak RSS must stay under 64 MiB everywhere.
+# NAME LOGS SIZE KIND SEED TARGET...; a target RATIO:LIMIT holds when RATIO <= LIMIT, with the
+# ratios of the tables below (c = cold). The peak RSS must stay under 64 MiB everywhere.
 sizes=("4 250M" "4 250M" "20000 10k" "200 1M" "200000 300")
 ((smoke)) && sizes=("4 2M" "4 2M" "200 10k" "20 100k" "2000 300")
-corpora=("A ${sizes[0]} ordinary 11 cat:2 grep:0.5 direct:1.1 ccat:1.3 html:1.2"
-  "B ${sizes[1]} annealing 12 cat:2 grep:0.5 direct:1.1 html:1.2"
-  "C ${sizes[2]} mixed 13 cat:1 lscat:1.5 direct:1.1 ccat:0.5 cgrep:0.6 html:1.2"
-  "D ${sizes[3]} mixed 14 cat:2 direct:1.1 html:1.2" "F ${sizes[4]} mixed 15 html:1.2")
-fmt="%-2s %6s %6s | %6s %6s %6s %6s %6s | %5s %5s %5s %5s | %6s %6s %6s %6s | %5s %5s"
-fmt+=" | %6s %5s | %5s"
+corpora=("A ${sizes[0]} ordinary 11 t/cat:1 d/cat:1 h/d:1.2 ct/cat:1.1"
+  "B ${sizes[1]} annealing 12 t/cat:1 d/cat:1 h/d:1.2"
+  "C ${sizes[2]} mixed 13 d/grep:0.8 t/l+g:1 h/d:1.2 ct/cat:0.4"
+  "D ${sizes[3]} mixed 14 t/cat:1 d/cat:1 h/d:1.2" "F ${sizes[4]} mixed 15 d/grep:1 h/d:1.2")
 gen_hash=$(sha256sum <"$repo/bench/gen_corpus.cc")
-files="find . -name '*.log' -print0 | xargs -0"
-declare -A cmd=([tabrun]="'$tabrun' >/dev/null" [direct]="'$tabrun' --csv . >/dev/null"
-  [html]="'$tabrun' --html . >/dev/null"
-  [cat]="$files cat >/dev/null" [ls]="$files ls -l >/dev/null"
-  [grep]="$files grep -H -e 'Control file' -e 'Normal end' -e 'CPU Time:' -e 'Chi2:' >matches.txt")
+grep_cmd="grep -r --include='*.log' -H -F -e 'Control file *.pcr:' -e 'Normal end' -e 'CPU Time:'"
+grep_cmd+=" -e 'Chi2:' . >matches.txt"
+declare -A cmd=([tabrun]="'$tabrun' >/dev/null" [csv]="'$tabrun' --csv . >/dev/null"
+  [html]="'$tabrun' --html . >/dev/null" [prev]="'$prev' >/dev/null"
+  [prevcsv]="'$prev' --csv . >/dev/null" [cat]="find . -name '*.log' -print0 | xargs -0 cat >/dev/null"
+  [grep]=$grep_cmd [lsgrep]="ls -l *.log >list_log && $grep_cmd")
+warm_columns=(tabrun csv html prev prevcsv cat grep lsgrep)
+cold_columns=(tabrun csv prev cat grep)
 
 median() { # FILE: the median of its numbers; - without the file.
   [[ -f $1 ]] || { echo - && return; }
@@ -77,8 +90,43 @@ time_runs() { # DIR MODE LABEL...: rounds of each command; seconds go to $res/MO
   done
 }
 
-measure() { # NAME LOGS SIZE KIND SEED TARGET...: appends a table row to $scratch/rows.
-  local name=$1 count=$2 size=$3 kind=$4 seed=$5 l ok rss=0 wl=() cl=()
+same_output() { # DIR NAME: the outputs of -j 1, 2 and 8 agree, and with the previous release.
+  local dir=$1 name=$2 jobs run out=$res/out
+  mkdir -p "$out"
+  for jobs in 1 2 8; do
+    if [[ $name != F ]]; then
+      (cd "$dir" && "$tabrun" -j $jobs >"$out/console-$jobs" && cp log.res "$out/res-$jobs")
+    fi
+    (cd "$dir" && "$tabrun" -j $jobs --csv . >"$out/csv-$jobs") || true # 1: a bad CPU value
+  done
+  if [[ -n $prev ]]; then
+    [[ $name == F ]] || (cd "$dir" && "$prev" >"$out/console-prev" && cp log.res "$out/res-prev")
+    (cd "$dir" && "$prev" --csv . >"$out/csv-prev") || true
+  fi
+  for run in console res csv; do
+    for jobs in 2 8 prev; do
+      [[ ! -f $out/$run-$jobs ]] || cmp -s "$out/$run-1" "$out/$run-$jobs" ||
+        { echo "$name: $run of -j 1 and $jobs differ" | tee -a "$scratch/notes" >&2 &&
+          echo "$name" >>"$scratch/missed"; }
+    done
+  done
+}
+
+peak_rss() { # DIR NAME: the peak RSS in KiB of tabrun, --csv and --html with -j 1, 2 and 256.
+  local dir=$1 name=$2 label jobs rss=0
+  for label in tabrun csv html; do
+    [[ $name != F || $label != tabrun ]] || continue
+    for jobs in 1 2 256; do
+      (cd "$dir" && eval "/usr/bin/time -f %M -o '$res/rss' ${cmd[$label]/\'$tabrun\'/\'$tabrun\' -j $jobs}") ||
+        true
+      rss=$(awk -v r="$rss" 'END { print ($1 > r ? $1 : r) }' "$res/rss")
+    done
+  done
+  echo "$rss"
+}
+
+measure() { # NAME LOGS SIZE KIND SEED TARGET...: appends table rows to $scratch/{warm,cold}.
+  local name=$1 count=$2 size=$3 kind=$4 seed=$5 l rss wl=() cl=() times="" mode
   local dir=$scratch/$name-$count-$size-$kind stamp="${*:1:5} $gen_hash"
   shift 5
   if [[ $(cat "$dir/.stamp" 2>/dev/null) != "$stamp" ]]; then
@@ -88,80 +136,93 @@ measure() { # NAME LOGS SIZE KIND SEED TARGET...: appends a table row to $scratc
     echo "$stamp" >"$dir/.stamp"
   fi
   res=$(mktemp -d "$scratch/results.XXXXXX")
-  wl=(cat)
-  ((!direct)) || wl=(direct "${wl[@]}")
-  [[ $name == F ]] || wl=(tabrun "${wl[@]}" grep) # F: too many names for tabrun's ls -l *.log
-  cl=("${wl[@]}")
-  ((!html)) || wl+=(html)
-  [[ $name != [CF] ]] || wl+=(ls)
-  echo "== $name: one read, peak RSS, $runs warm rounds of ${wl[*]}"
-  (cd "$dir" && eval "${cmd[cat]}")
-  for l in tabrun direct html; do
-    [[ " ${wl[*]} " == *" $l "* ]] || continue
-    (cd "$dir" && eval "/usr/bin/time -f %M -o '$res/rss' ${cmd[$l]}") || die "$l failed in $dir"
-    rss=$(awk -v r="$rss" 'END { print ($1 > r ? $1 : r) }' "$res/rss")
+  for l in "${warm_columns[@]}"; do
+    [[ $name == F && ($l == tabrun || $l == prev || $l == lsgrep) ]] && continue
+    [[ -z $prev && $l == prev* ]] && continue
+    wl+=("$l")
+    [[ " ${cold_columns[*]} " != *" $l "* ]] || cl+=("$l")
   done
-  ok=$count
-  [[ $name == F ]] || ok=$(grep -c '^ => Normal end for' "$dir/log.res" || true)
-  ((ok == count)) || echo "warning: $name: log.res has $ok of $count logs as \"Normal end for\"" |
-    tee -a "$scratch/notes" >&2
+  echo "== $name: outputs for -j 1, 2, 8${prev:+ and $previous}, peak RSS, $runs warm rounds of ${wl[*]}"
+  (cd "$dir" && eval "${cmd[cat]}")
+  same_output "$dir" "$name"
+  rss=$(peak_rss "$dir" "$name")
   time_runs "$dir" warm "${wl[@]}"
   ((!cold)) || { echo "== $name: $runs cold rounds of ${cl[*]}" && time_runs "$dir" cold "${cl[@]}"; }
-  local times="" mode
   for mode in warm cold; do
-    for l in tabrun direct cat grep ls; do times+=" $(median "$res/$mode-$l")"; done
+    for l in "${warm_columns[@]}"; do times+=" $mode-$l=$(median "$res/$mode-$l")"; done
   done
-  times+=" $(median "$res/warm-html")"
-  # warm: tabrun direct cat grep ls, cold: tabrun direct cat grep (ls is never timed cold), then
-  # warm html
   awk -v name="$name" -v logs="$count" -v times="$times" -v rss="$rss" -v targets="$*" \
-    -v fmt="$fmt" -v missed="$scratch/missed" '
-    function ratio(a, b) { return a == "-" || b == "-" || b == 0 ? "-" : a / b }
+    -v warm="$scratch/warm" -v cold="$scratch/cold" -v missed="$scratch/missed" '
+    function ratio(a, b) { return t[a] == "-" || t[b] == "-" || t[b] == 0 ? "-" : t[a] / t[b] }
     function show(v) { return v == "-" ? v : sprintf("%.2f", v) }
     { bytes += $1 }
     END {
-      split(times, x, " ")
-      r["cat"] = ratio(x[1], x[3]); r["grep"] = ratio(x[1], x[4]); r["direct"] = ratio(x[2], x[1])
-      r["lscat"] = x[5] == "-" ? "-" : ratio(x[1], x[5] + x[3])
-      r["ccat"] = ratio(x[6], x[8]); r["cgrep"] = ratio(x[6], x[9]); r["html"] = ratio(x[11], x[2])
-      printf fmt, name, logs, sprintf("%.0f", bytes / 1e6), x[1], x[2], x[3], x[4], x[5],
-        show(r["cat"]), show(r["grep"]), show(r["lscat"]), show(r["direct"]), x[6], x[7], x[8], x[9],
-        show(r["ccat"]), show(r["cgrep"]), x[11], show(r["html"]),
-        rss ? sprintf("%.1f", rss / 1024) : "-"
+      n = split(times, list, " ")
+      for (i = 1; i <= n; i++) { split(list[i], kv, "="); t[kv[1]] = kv[2] }
+      t["warm-l+g"] = t["warm-lsgrep"]
+      r["t/cat"] = ratio("warm-tabrun", "warm-cat"); r["d/cat"] = ratio("warm-csv", "warm-cat")
+      r["d/grep"] = ratio("warm-csv", "warm-grep"); r["t/l+g"] = ratio("warm-tabrun", "warm-l+g")
+      r["h/d"] = ratio("warm-html", "warm-csv"); r["t/prev"] = ratio("warm-tabrun", "warm-prev")
+      r["d/prev"] = ratio("warm-csv", "warm-prevcsv")
+      r["ct/cat"] = ratio("cold-tabrun", "cold-cat"); r["cd/cat"] = ratio("cold-csv", "cold-cat")
+      r["ct/grep"] = ratio("cold-tabrun", "cold-grep"); r["ct/prev"] = ratio("cold-tabrun", "cold-prev")
+      mb = sprintf("%.0f", bytes / 1e6)
+      printf "%-2s %6s %5s |", name, logs, mb >> warm
+      split("tabrun csv html prev prevcsv cat grep lsgrep", w, " ")
+      for (i = 1; i <= 8; i++) printf " %6s", t["warm-" w[i]] >> warm
+      printf " |" >> warm
+      split("t/cat d/cat d/grep t/l+g h/d t/prev d/prev", w, " ")
+      for (i = 1; i <= 7; i++) printf " %6s", show(r[w[i]]) >> warm
+      printf " | %5.1f", rss / 1024 >> warm
+      printf "%-2s %6s %5s |", name, logs, mb >> cold
+      split("tabrun csv prev cat grep", w, " ")
+      for (i = 1; i <= 5; i++) printf " %6s", t["cold-" w[i]] >> cold
+      printf " |" >> cold
+      split("ct/cat cd/cat ct/grep ct/prev", w, " ")
+      for (i = 1; i <= 4; i++) printf " %6s", show(r[w[i]]) >> cold
       for (i = 1; i <= split(targets, list, " "); i++) {
-        if (split(list[i], kv, ":") && r[kv[1]] == "-") continue
+        split(list[i], kv, ":")
+        if (r[kv[1]] == "-") continue
         pass = r[kv[1]] <= kv[2] + 0
-        printf " %s<=%s:%s", kv[1], kv[2], pass ? "PASS" : "FAIL"
+        printf " %s<=%s:%s", kv[1], kv[2], pass ? "PASS" : "FAIL" >> (kv[1] ~ /^c/ ? cold : warm)
         if (!pass) print name >> missed
       }
-      if (rss) printf " rss<64:%s", rss < 65536 ? "PASS" : "FAIL"
+      printf " rss<64:%s\n", rss < 65536 ? "PASS" : "FAIL" >> warm
       if (rss >= 65536) print name >> missed
-      print ""
-    }' < <(find "$dir" -name '*.log' -printf '%s\n') >>"$scratch/rows"
+      print "" >> cold
+    }' < <(find "$dir" -name '*.log' -printf '%s\n')
   rm -rf "$res" "$dir/matches.txt"
   ((keep)) || rm -rf "$dir"
 }
 
-rm -f "$scratch"/{rows,missed,notes,resident.log}
+rm -f "$scratch"/{warm,cold,missed,notes,resident.log}
 for corpus in "${corpora[@]}"; do
   # shellcheck disable=SC2086
   measure $corpus
 done
 echo
 echo "tabrun benchmark of $tabrun: $( ((smoke)) && echo smoke || echo full) run, median of $runs;" \
-  "seconds, MB = 10^6 bytes, t = tabrun, d = tabrun --csv ., h = tabrun --html ., RSS = the" \
-  "peak of the three in MiB"
-printf "%17s| %-34s | %-23s | %-27s | %-11s | %-12s |\n" "" "warm (page cache full)" \
-  "warm ratios" "cold (logs evicted first)" "cold ratios" "warm --html"
-# shellcheck disable=SC2059
-printf "$fmt targets\n" "" logs MB tabrun direct cat grep ls t/cat t/grp t/l+c d/t tabrun direct cat \
-  grep t/cat t/grp html h/d RSS
-cat "$scratch/rows"
+  "seconds; MB = 10^6 bytes; t = tabrun, d = tabrun --csv ., h = tabrun --html ., prev = the" \
+  "previous release${prev:+ ($previous)}, l+g = ls+grep; RSS = the peak in MiB of t, d and h" \
+  "with -j 1, 2 and 256"
+echo "warm (page cache full)"
+printf "%-2s %6s %5s |" "" logs MB
+printf " %6s" tabrun csv html prev prevcsv cat grep ls+grep "|" t/cat d/cat d/grep t/l+g h/d \
+  t/prev d/prev "|"
+printf "   RSS targets\n"
+cat "$scratch/warm"
+if ((cold)); then
+  echo "cold (logs evicted before every run)"
+  printf "%-2s %6s %5s |" "" logs MB
+  printf " %6s" tabrun csv prev cat grep "|" t/cat d/cat t/grep t/prev
+  printf " targets\n"
+  cat "$scratch/cold"
+fi
 [[ ! -s $scratch/resident.log ]] || awk '{ p = $2 ? 100 * $1 / $2 : 0; if (p > m) m = p } END {
   printf "cold: %d evictions, at most %.3f %% of the pages still resident after one\n", NR, m }' \
   "$scratch/resident.log"
 [[ ! -f $scratch/notes ]] || cat "$scratch/notes"
 missed=$(cat "$scratch/missed" 2>/dev/null || true)
-rm -f "$scratch"/{rows,missed,notes,resident.log}
+rm -f "$scratch"/{warm,cold,missed,notes,resident.log}
 ((keep)) || rmdir "$scratch" 2>/dev/null || true
 [[ -z $missed ]] || { ((smoke)) && echo "(smoke run: missed targets are not enforced)"; } || exit 1

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets with clang into build-fuzz/ and runs each one, one after the
-# other, for SECONDS seconds (default 60) on a scratch copy of its seed corpus, after replaying
-# the saved crash inputs under fuzz/regressions/<target>/. Exits non-zero when any target
-# crashes, traps or times out; the crashing inputs are kept in the scratch directory it names.
+# other, for SECONDS seconds (default 60) on a scratch copy of its seed corpus, which it runs
+# first: an input that once crashed belongs there. Exits non-zero when any target crashes,
+# traps or times out; the crashing inputs are kept in the scratch directory it names.
 #
 #   bash fuzz/run.sh [SECONDS]
 #
@@ -40,17 +40,6 @@ for name in "${targets[@]}"; do
   artifacts="$work/$name/artifacts"
   mkdir -p "$corpus" "$artifacts"
   cp -R "$root/fuzz/corpus/$name/." "$corpus/"
-
-  # Inputs that once crashed must run clean before new ones are looked for.
-  regressions="$root/fuzz/regressions/$name"
-  if [[ -d "$regressions" ]] && [[ -n "$(ls -A "$regressions")" ]]; then
-    echo "run.sh: $name: replaying $regressions"
-    if ! "$binary" "$regressions"/* >"$work/$name/regressions.txt" 2>&1; then
-      tail -n 40 "$work/$name/regressions.txt" >&2
-      failed+=("$name (regression)")
-      continue
-    fi
-  fi
 
   echo "run.sh: $name: fuzzing for ${duration}s"
   # One process, one worker: the machine is shared.

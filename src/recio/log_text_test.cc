@@ -137,16 +137,5 @@ TEST(LogTextTest, FindAcrossWindowEnds) {
   }
 }
 
-// A file cut short between its opening and its reading ends where its bytes stop; what the
-// window held of the file read before does not show through.
-TEST(LogTextTest, FileCutShortAfterOpening) {
-  MemoryLog log("a\nb\nc\n" + std::string(3000, 'q'));
-  EXPECT_EQ(Records(log.text).size(), 4u);
-  log.Reopen();
-  ASSERT_TRUE(log.Truncate(4));
-  EXPECT_EQ(Records(log.text), (std::vector<std::string>{"a", "b"}));
-  EXPECT_EQ(log.text.size(), 4u);
-}
-
 }  // namespace
 }  // namespace tabrun

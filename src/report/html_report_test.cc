@@ -79,47 +79,33 @@ TEST(HtmlReportTest, Header) {
 
 // One line of the header, for batches at the edges.
 TEST(HtmlReportTest, HeaderLines) {
+  const std::vector<std::string> dot = {"."};
   const std::vector<std::string> eleven = {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "x"};
+  const std::string made = " UTC by tabrun " TABRUN_VERSION ".</p>";
+  const std::string count = "<p id=\"counts\">";
+  const std::string ok = " <button type=\"button\" data-status=\"ok\">ok <b>";
   struct Case {
     std::vector<ScriptRow> rows;
     std::vector<std::string> paths;
     std::int64_t made_at;
     std::string line;
   } cases[] = {
-      {{}, {"."}, 0, "<p id=\"best\">No run has a chi2, rf2 or cpu_seconds.</p>"},
-      {{},
-       {"."},
-       0,
-       "<p id=\"counts\">0 logs: <button type=\"button\" data-status=\"ok\">ok <b>0</b></button>"},
-      {{Row("a", "ok")},
-       {"."},
-       0,
-       "<p id=\"counts\">1 log: <button type=\"button\" data-status=\"ok\">ok <b>1</b> 100.0 "
-       "%</button>"},
+      {{}, dot, 0, "<p id=\"best\">No run has a chi2, rf2 or cpu_seconds.</p>"},
+      {{}, dot, 0, count + "0 logs:" + ok + "0</b></button>"},
+      {{Row("a", "ok")}, dot, 0, count + "1 log:" + ok + "1</b> 100.0 %</button>"},
       // chi2 before rf2 before cpu_seconds; on a tie the first log.
-      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", 4, {}, 1), Row("c", "ok", 4)},
-       {"."},
-       0,
+      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", 4, {}, 1), Row("c", "ok", 4)}, dot, 0,
        "<p id=\"best\">Best chi2 4: <code>b</code>.</p>"},
-      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", {}, 2)},
-       {"."},
-       0,
+      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", {}, 2)}, dot, 0,
        "<p id=\"best\">Best rf2 2: <code>b</code>.</p>"},
-      {{Row("a", "ok", {}, {}, 1e-7), Row("<x>", "ok", {}, {}, -0.0)},
-       {"."},
-       0,
+      {{Row("a", "ok", {}, {}, 1e-7), Row("<x>", "ok", {}, {}, -0.0)}, dot, 0,
        "<p id=\"best\">Best cpu_seconds -0: <code>&lt;x&gt;</code>.</p>"},
-      {{},
-       eleven,
-       -1,
+      {{}, eleven, -1,
        "<p>Batch <code>0</code> <code>1</code> <code>2</code> <code>3</code> <code>4</code> "
        "<code>5</code> <code>6</code> <code>7</code> <code>8</code> <code>9</code> and 1 more, "
-       "made 1969-12-31 23:59:59 UTC by tabrun " TABRUN_VERSION ".</p>"},
-      {{},
-       {"."},
-       std::numeric_limits<std::int64_t>::max(),
-       "<p>Batch <code>.</code>, made 9223372036854775807 s after 1970-01-01 00:00:00 UTC by "
-       "tabrun " TABRUN_VERSION ".</p>"},
+       "made 1969-12-31 23:59:59" + made},
+      {{}, dot, std::numeric_limits<std::int64_t>::max(),
+       "<p>Batch <code>.</code>, made 9223372036854775807 s after 1970-01-01 00:00:00" + made},
   };
   for (const Case& c : cases) {
     const std::string page = PageOf(c.rows, {}, c.paths, c.made_at);

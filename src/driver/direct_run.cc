@@ -69,8 +69,7 @@ Batch BatchOf(const std::vector<std::string>& paths) {
 // What reading one log gives.
 struct LogRead {
   ScriptRow row;
-  std::vector<std::string> tail;  // for the page: the end of a log that failed
-  HtmlReport::Cells cells;        // for the page: the row as its columns carry it
+  HtmlReport::Cells cells;  // for the page: the row as its columns carry it, and its tail
   std::uint64_t bytes = 0;
 };
 
@@ -88,25 +87,28 @@ class Reader {
   // Reads `log` of `batch` into its row, and for the page (`page`) its cells and, when it
   // failed, the end of the log.
   LogRead Read(const Batch& batch, const Batch::Log& log, bool page) {
-    LogRead read = Scan(batch, log, page ? HtmlReport::kTailRecords : 0);
-    if (page) read.cells = HtmlReport::Encode(read.row);
+    std::vector<std::string> tail;
+    LogRead read = Scan(batch, log, page ? &tail : nullptr);
+    if (page) read.cells = HtmlReport::Encode(read.row, tail);
     return read;
   }
 
   bool cold() const { return text_.cold(); }
 
  private:
-  // The row of `log`, and the last `tail_records` records of a log that failed.
-  LogRead Scan(const Batch& batch, const Batch::Log& log, int tail_records) {
+  // The row of `log`, and into *tail, when given, the end of a log that failed.
+  LogRead Scan(const Batch& batch, const Batch::Log& log, std::vector<std::string>* tail) {
     std::string path = batch.PathOf(log);
-    if (!log.error.empty()) return {UnreadableRow(std::move(path), log.error), {}, {}, 0};
+    if (!log.error.empty()) return {UnreadableRow(std::move(path), log.error), {}, 0};
     std::string error;
     const int directory = DirectoryFd(batch, log.directory, &error);
     if (directory == -1 || text_.Open(directory, log.name, &error) != LogText::OpenResult::kOpened) {
-      return {UnreadableRow(std::move(path), "cannot open: " + error), {}, {}, 0};
+      return {UnreadableRow(std::move(path), "cannot open: " + error), {}, 0};
     }
-    LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, {}, 0};
-    if (read.row.status != "ok") read.tail = text_.LastRecords(tail_records);
+    LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, 0};
+    if (tail != nullptr && read.row.status != "ok") {
+      *tail = text_.LastRecords(HtmlReport::kTailRecords);
+    }
     read.bytes = text_.size();
     if (!text_.Close(&error)) read.row = UnreadableRow(read.row.log, "cannot close: " + error);
     return read;
@@ -175,7 +177,7 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
     switch (format) {
       case RowFormat::kCsv: console.Write(CsvRow(read.row)); break;
       case RowFormat::kJson: console.Write(JsonRow(read.row)); break;
-      case RowFormat::kHtml: report->Add(read.row, read.cells, read.tail); break;
+      case RowFormat::kHtml: report->Add(read.row, read.cells); break;
     }
   }
   if (report) report->WritePage([&console](std::string_view text) { console.Write(text); });

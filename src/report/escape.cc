@@ -51,13 +51,26 @@ std::size_t CharacterLength(std::string_view text, std::size_t* bad) {
   return 0;
 }
 
+// The bytes that go out as they are: ASCII that `escape` leaves alone.
+template <typename Escape>
+constexpr std::array<bool, 256> PlainBytes() {
+  std::array<bool, 256> plain{};
+  for (int byte = 0; byte < 0x80; ++byte) {
+    plain[byte] = Escape()(static_cast<std::uint8_t>(byte)).empty();
+  }
+  return plain;
+}
+
 // Appends `text` with every ASCII byte for which escape(byte) is not empty written as that,
 // every other valid character as it is, and U+FFFD for the bytes that are not UTF-8.
 template <typename Escape>
 void AppendUtf8(std::string_view text, std::string* out, Escape escape) {
+  static constexpr std::array<bool, 256> kPlain = PlainBytes<Escape>();
   std::size_t copied = 0;  // bytes of `text` already in *out
   std::size_t i = 0;
   while (i < text.size()) {
+    while (i < text.size() && kPlain[static_cast<std::uint8_t>(text[i])]) ++i;
+    if (i == text.size()) break;
     const auto byte = static_cast<std::uint8_t>(text[i]);
     if (byte < 0x80) {
       const std::string_view special = escape(byte);

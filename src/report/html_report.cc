@@ -132,8 +132,13 @@ HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
   tails_.Append("[");
 }
 
-HtmlReport::Cells HtmlReport::Encode(const ScriptRow& row) {
+HtmlReport::Cells HtmlReport::Encode(const ScriptRow& row, const std::vector<std::string>& tail) {
   Cells encoded;
+  encoded.has_tail = !tail.empty();
+  for (std::size_t i = 0; i < tail.size(); ++i) {
+    encoded.tail.append(i == 0 ? "" : "\n").append(tail[i]);
+  }
+  if (encoded.has_tail) AppendJsonString(encoded.tail, &encoded.tail_json);
   std::string& text = encoded.text;
   std::size_t i = 0;
   ForEachCell(row, [&](std::string_view cell, bool number) {
@@ -156,8 +161,7 @@ HtmlReport::Cells HtmlReport::Encode(const ScriptRow& row) {
   return encoded;
 }
 
-void HtmlReport::Add(const ScriptRow& row, const Cells& cells,
-                     const std::vector<std::string>& tail) {
+void HtmlReport::Add(const ScriptRow& row, const Cells& cells) {
   const std::string_view text = cells.text;
   for (std::size_t i = 0; i < kColumns; ++i) {
     // The first row's cells have no comma before them.
@@ -171,30 +175,27 @@ void HtmlReport::Add(const ScriptRow& row, const Cells& cells,
     const std::optional<double>& value = row.*kBestFields[k];
     if (value && (!best_[k].value || *value < *best_[k].value)) best_[k] = {value, row.log};
   }
-  if (status != 0) AddFailure(row, tail);
+  if (status != 0) AddFailure(row, cells);
   ++rows_;
 }
 
-void HtmlReport::AddFailure(const ScriptRow& row, const std::vector<std::string>& tail) {
+void HtmlReport::AddFailure(const ScriptRow& row, const Cells& cells) {
   const bool listed = ++failures_ <= kListedFailures;
   // The tail as the page holds it: HTML text in a listed failure, a JSON string otherwise;
   // none is made once the budget is spent.
-  const bool wanted = !tail.empty() && !tail_cut_;
+  const bool wanted = cells.has_tail && !tail_cut_;
   std::string text;
   if (wanted) {
-    std::string joined;
-    for (std::size_t i = 0; i < tail.size(); ++i) joined.append(i == 0 ? "" : "\n").append(tail[i]);
     if (listed) {
-      AppendHtmlText(joined, &text);
+      AppendHtmlText(cells.tail, &text);
     } else {
-      text = (kept_tails_ == 0 ? "" : ",") + std::to_string(rows_) + ",";
-      AppendJsonString(joined, &text);
+      text = (kept_tails_ == 0 ? "" : ",") + std::to_string(rows_) + "," + cells.tail_json;
     }
   }
   const bool kept = wanted && tail_bytes_ + text.size() <= kTailBudget;
   if (kept) {
     tail_bytes_ += text.size();
-  } else if (!tail.empty()) {
+  } else if (cells.has_tail) {
     if (!tail_cut_) tail_cut_ = rows_;
     ++tails_left_out_;
   }
@@ -209,7 +210,7 @@ void HtmlReport::AddFailure(const ScriptRow& row, const std::vector<std::string>
   // The parser drops a line feed right after <pre>: with one written first, a tail that
   // starts with an empty record keeps it.
   if (kept) listed_ += "<pre id=\"tail-" + std::to_string(rows_) + "\">\n" + text + "</pre>";
-  if (!tail.empty() && !kept) listed_ += "<p>The end of this log is left out.</p>";
+  if (cells.has_tail && !kept) listed_ += "<p>The end of this log is left out.</p>";
   listed_ += "</details>\n";
 }
 

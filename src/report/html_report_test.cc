@@ -28,8 +28,8 @@ std::string PageOf(const std::vector<ScriptRow>& rows,
                    std::vector<std::string> paths = {"runs"}, std::int64_t made_at = 0) {
   HtmlReport report(std::move(paths), made_at);
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    report.Add(rows[i], HtmlReport::Encode(rows[i]),
-               i < tails.size() ? tails[i] : std::vector<std::string>());
+    report.Add(rows[i],
+               HtmlReport::Encode(rows[i], i < tails.size() ? tails[i] : std::vector<std::string>()));
   }
   std::string page;
   report.WritePage([&page](std::string_view piece) { page.append(piece); });

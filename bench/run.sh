@@ -155,6 +155,15 @@ measure() { # NAME LOGS SIZE KIND SEED TARGET...: appends table rows to $scratch
     -v warm="$scratch/warm" -v cold="$scratch/cold" -v missed="$scratch/missed" '
     function ratio(a, b) { return t[a] == "-" || t[b] == "-" || t[b] == 0 ? "-" : t[a] / t[b] }
     function show(v) { return v == "-" ? v : sprintf("%.2f", v) }
+    # A row of the table in `file`: the corpus, the times of `mode` and the ratios named.
+    function row(file, mode, times, ratios,   n, w, i) {
+      printf "%-2s %6s %5s |", name, logs, sprintf("%.0f", bytes / 1e6) >> file
+      n = split(times, w, " ")
+      for (i = 1; i <= n; i++) printf " %6s", t[mode "-" w[i]] >> file
+      printf " |" >> file
+      n = split(ratios, w, " ")
+      for (i = 1; i <= n; i++) printf " %6s", show(r[w[i]]) >> file
+    }
     { bytes += $1 }
     END {
       n = split(times, list, " ")
@@ -166,20 +175,10 @@ measure() { # NAME LOGS SIZE KIND SEED TARGET...: appends table rows to $scratch
       r["d/prev"] = ratio("warm-csv", "warm-prevcsv")
       r["ct/cat"] = ratio("cold-tabrun", "cold-cat"); r["cd/cat"] = ratio("cold-csv", "cold-cat")
       r["ct/grep"] = ratio("cold-tabrun", "cold-grep"); r["ct/prev"] = ratio("cold-tabrun", "cold-prev")
-      mb = sprintf("%.0f", bytes / 1e6)
-      printf "%-2s %6s %5s |", name, logs, mb >> warm
-      split("tabrun csv html prev prevcsv cat grep lsgrep", w, " ")
-      for (i = 1; i <= 8; i++) printf " %6s", t["warm-" w[i]] >> warm
-      printf " |" >> warm
-      split("t/cat d/cat d/grep t/l+g h/d t/prev d/prev", w, " ")
-      for (i = 1; i <= 7; i++) printf " %6s", show(r[w[i]]) >> warm
+      row(warm, "warm", "tabrun csv html prev prevcsv cat grep lsgrep",
+          "t/cat d/cat d/grep t/l+g h/d t/prev d/prev")
       printf " | %5.1f", rss / 1024 >> warm
-      printf "%-2s %6s %5s |", name, logs, mb >> cold
-      split("tabrun csv prev cat grep", w, " ")
-      for (i = 1; i <= 5; i++) printf " %6s", t["cold-" w[i]] >> cold
-      printf " |" >> cold
-      split("ct/cat cd/cat ct/grep ct/prev", w, " ")
-      for (i = 1; i <= 4; i++) printf " %6s", show(r[w[i]]) >> cold
+      row(cold, "cold", "tabrun csv prev cat grep", "ct/cat cd/cat ct/grep ct/prev")
       for (i = 1; i <= split(targets, list, " "); i++) {
         split(list[i], kv, ":")
         if (r[kv[1]] == "-") continue

@@ -1,6 +1,8 @@
 """Times report pages of tabrun --html in headless Chromium: from the start of loading to the
 page's data-ready mark (the median of fresh loads), and on the last page given, sorting and
-filtering all its rows. Prints one line per figure.
+filtering all its rows. Prints one line per figure. Each page must also load without a console
+error or a request, hold at most 1,500 elements, show header counts that add up to its rows, and
+sort and filter its rows right; otherwise it exits with 1.
 
 Usage: /usr/bin/python3 bench/page_timing.py [--loads N] PAGE.html..."""
 import os
@@ -8,7 +10,8 @@ import statistics
 import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests"))
-from browser_test import open_page, start_browser, stop_browser  # noqa: E402
+from browser_test import (check, count_shown, open_page, problems, rows_shown,  # noqa: E402
+                          start_browser, stop_browser)
 
 # Each action is run inside the page; its time runs until the next frame has been drawn.
 ACTIONS = [
@@ -45,6 +48,13 @@ def main():
             elements = driver.execute_script("return document.getElementsByTagName('*').length")
             print(f"{os.path.basename(page)}: load to data-ready {statistics.median(times):.0f} ms "
                   f"(median of {loads}, {min(times):.0f} to {max(times):.0f}), {elements} elements")
+            found = problems(driver, url)
+            counted = driver.execute_script(
+                "return [...document.querySelectorAll('#counts button b')]"
+                ".reduce((sum, b) => sum + Number(b.textContent), 0)")
+            check(not found and elements <= 1500 and counted == count_shown(driver),
+                  f"{page}: {found}, {elements} elements, header counts {counted} "
+                  f"for {count_shown(driver)} rows")
         for name, action in ACTIONS:
             # The page's policy allows no eval: the action goes into the script's text.
             ms = driver.execute_async_script(f"""
@@ -55,6 +65,15 @@ def main():
                 setTimeout(() => requestAnimationFrame(() => done(performance.now() - start)));
             """)
             print(f"{os.path.basename(args[-1])}: {name}: {ms:.0f} ms")
+        # Not timed: the rows of status ok, sorted by chi2, come lowest first, empty cells last.
+        driver.find_element("css selector", "#counts button[data-status=ok]").click()
+        driver.find_element("xpath", "//th/button[text()='chi2']").click()
+        shown = rows_shown(driver)
+        chi2 = [cells[5] for cells in shown]
+        filled = [float(c) for c in chi2 if c]
+        check(all(cells[2] == "ok" for cells in shown) and filled == sorted(filled)
+              and chi2 == [c for c in chi2 if c] + [""] * (len(chi2) - len(filled)),
+              f"rows of status ok by chi2: {shown[:5]}")
     finally:
         stop_browser(driver)
 

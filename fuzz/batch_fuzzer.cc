@@ -1,6 +1,7 @@
 // Fuzzer for the worker pool over a batch: the input, split at NUL bytes, is a batch of logs
 // that 1 to 4 threads scan with windows of their own while the writer takes the scans in order
-// through a window of 1 to 8; every scan must be the one a single thread makes.
+// through a window of 1 to 8; every scan must be the one a single thread makes. Now and then the
+// writer gives up part way, as on a fatal log, and the pool must stop without hanging.
 
 #include <cstdlib>
 #include <iostream>
@@ -46,7 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         return Describe(tabrun::ScanLog(text));
       },
       ahead);
-  for (std::size_t i = 0; i < logs.size(); ++i) {
+  const std::size_t take = bytes[1] & 8 ? logs.size() / 2 : logs.size();
+  for (std::size_t i = 0; i < take; ++i) {
     const std::string got = pool.Next();
     if (got != want[i]) {
       std::cerr << "log " << i << " of " << logs.size() << ", " << jobs << " jobs: got \"" << got

@@ -114,19 +114,21 @@ TEST(HtmlReportTest, HeaderLines) {
   }
 }
 
+// Text from names and logs shows as text: markup escaped, invalid UTF-8 and NUL as U+FFFD.
 TEST(HtmlReportTest, ListedFailures) {
   ScriptRow unreadable = Row("gone.log", "unreadable");
   unreadable.error = "cannot open: No such file or directory";
   const std::string page =
       PageOf({Row("ok.log", "ok"), Row("<img src=x onerror=alert(1)>.log", "bad_end"), unreadable,
               Row("empty.log", "no_control_file")},
-             {{}, {"", "</script><!--", "last 'words'"}});
+             {{}, {"", "</script><!--", std::string("last 'words' & \"n\0\xE9\"", 20)}});
   EXPECT_EQ(Between(page, "<section id=\"failed\">", "</section>"),
             "<section id=\"failed\">\n<h2>Failed runs</h2>\n"
             "<p>3 runs did not end with status ok. Open one to see the last records of its "
             "log.</p>\n"
             "<details><summary><b>bad_end</b> <code>&lt;img src=x onerror=alert(1)&gt;.log</code>"
-            "</summary><pre id=\"tail-1\">\n\n&lt;/script&gt;&lt;!--\nlast &#39;words&#39;</pre>"
+            "</summary><pre id=\"tail-1\">\n\n&lt;/script&gt;&lt;!--\nlast &#39;words&#39; &amp; "
+            "&quot;n\uFFFD\uFFFD&quot;</pre>"
             "</details>\n"
             "<details><summary><b>unreadable</b> <code>gone.log</code>: cannot open: No such file "
             "or directory</summary></details>\n"

@@ -3,13 +3,13 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 
 #include "recio/find_marker.h"
+#include "recio/read_ahead.h"
 
 namespace tabrun {
 namespace {
@@ -17,12 +17,9 @@ namespace {
 // Reads up to `length` bytes at `offset`; returns how many arrived before the end of the file
 // or an error. Sets *cold when some of them had to come from the disk.
 std::size_t ReadAt(int fd, char* out, std::size_t length, std::uint64_t offset, bool* cold) {
-  // A read that must not wait takes what the page cache holds; where that is not everything,
-  // it has set the kernel's read-ahead going, and the plain reads below wait for the rest.
-  iovec vector = {out, length};
-  const ssize_t cached = preadv2(fd, &vector, 1, static_cast<off_t>(offset), RWF_NOWAIT);
-  if (cached < 0 && errno == EAGAIN) *cold = true;
-  std::size_t have = cached > 0 ? static_cast<std::size_t>(cached) : 0;
+  // What the page cache holds first; the plain reads below wait for the rest.
+  const std::size_t cached = ReadCached(fd, out, length, offset, cold);
+  std::size_t have = cached;
   while (have < length) {
     const ssize_t got = pread(fd, out + have, length - have, static_cast<off_t>(offset + have));
     if (got < 0 && errno == EINTR) continue;

@@ -10,6 +10,13 @@
 
 namespace tabrun {
 
+std::size_t ReadCached(int fd, char* out, std::size_t length, std::uint64_t offset, bool* cold) {
+  iovec vector = {out, length};
+  const ssize_t got = preadv2(fd, &vector, 1, static_cast<off_t>(offset), RWF_NOWAIT);
+  if (got < 0 && (errno == EAGAIN || errno == EOPNOTSUPP)) *cold = true;
+  return got > 0 ? static_cast<std::size_t>(got) : 0;
+}
+
 ReadAhead::ReadAhead(std::size_t count, Open open) : count_(count), open_(std::move(open)) {}
 
 ReadAhead::~ReadAhead() {
@@ -49,10 +56,8 @@ bool ReadAhead::Advise(std::size_t index) {
   const int fd = open_(index);
   if (fd < 0) return false;
   char byte;
-  iovec vector = {&byte, 1};
-  // A read that must not wait fails on a page that is not cached, and sets the kernel's own
-  // read-ahead going for it.
-  const bool cold = preadv2(fd, &vector, 1, 0, RWF_NOWAIT) < 0 && errno == EAGAIN;
+  bool cold = false;
+  ReadCached(fd, &byte, 1, 0, &cold);
   // The kernel stops at the end of the file; anything but a regular file just says no.
   if (cold) posix_fadvise(fd, 0, kStartBytes, POSIX_FADV_WILLNEED);
   close(fd);

@@ -6,11 +6,19 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <thread>
 
 namespace tabrun {
+
+// Reads up to `length` bytes at `offset` of `fd` from the page cache alone, without waiting for
+// the disk, and returns how many it read: 0 when none are cached, at the end of the file, or
+// on an error. Sets *cold when the disk would have to be read, which also sets the kernel's own
+// read-ahead going, and where the file system cannot tell (tmpfs, /proc, some network file
+// systems): there every log is helped as if the cache were cold.
+std::size_t ReadCached(int fd, char* out, std::size_t length, std::uint64_t offset, bool* cold);
 
 // Keeps the disk busy on a cold cache: while log i is read, the kernel is already reading
 // the next kLogs logs. A thread of its own opens each of them, asks for at most its first

@@ -152,10 +152,8 @@ std::int64_t MadeAt() {
 int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs) {
   const Batch batch = BatchOf(paths);
   const bool page = format == RowFormat::kHtml;
-  ReadAhead ahead(batch.logs.size(), [&batch](std::size_t index) {
-    return open(batch.PathOf(batch.logs[index]).c_str(),
-                O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  });
+  ReadAhead ahead(batch.logs.size(),
+                  [&batch](std::size_t index) { return batch.PathOf(batch.logs[index]); });
   std::vector<Reader> readers(static_cast<std::size_t>(jobs));
   OrderedPool<LogRead> pool(batch.logs.size(), jobs, [&](std::size_t index, int worker) {
     Reader& reader = readers[static_cast<std::size_t>(worker)];

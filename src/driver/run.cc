@@ -195,9 +195,7 @@ int RunBatch(int jobs) {
   // Workers read the logs ahead of the writer; log.res and standard output, which this run
   // writes, are read by the writer itself at their turn, as they stand then.
   const std::vector<struct stat> written = out.WrittenFiles();
-  ReadAhead ahead(paths.size(), [&paths](std::size_t index) {
-    return open(paths[index].c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  });
+  ReadAhead ahead(paths.size(), [&paths](std::size_t index) { return paths[index]; });
   std::vector<LogText> texts(static_cast<std::size_t>(jobs));
   OrderedPool<LogRead> pool(paths.size(), jobs, [&](std::size_t index, int worker) {
     LogText& log = texts[static_cast<std::size_t>(worker)];

@@ -17,7 +17,8 @@ std::size_t ReadCached(int fd, char* out, std::size_t length, std::uint64_t offs
   return got > 0 ? static_cast<std::size_t>(got) : 0;
 }
 
-ReadAhead::ReadAhead(std::size_t count, Open open) : count_(count), open_(std::move(open)) {}
+ReadAhead::ReadAhead(std::size_t count, PathOf path_of)
+    : count_(count), path_of_(std::move(path_of)) {}
 
 ReadAhead::~ReadAhead() {
   {
@@ -53,7 +54,8 @@ void ReadAhead::Reached(std::size_t index, bool cold) {
 }
 
 bool ReadAhead::Advise(std::size_t index) {
-  const int fd = open_(index);
+  // O_NONBLOCK and O_NOCTTY: a fifo or a terminal listed by accident must not stop the thread.
+  const int fd = open(path_of_(index).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (fd < 0) return false;
   char byte;
   bool cold = false;

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <thread>
 
 namespace tabrun {
@@ -40,11 +41,11 @@ class ReadAhead {
   static constexpr std::size_t kLogs = 16;
   static constexpr std::size_t kStartBytes = 1 << 20;
 
-  // Opens log `index` of the batch for reading and returns the descriptor, or -1.
-  using Open = std::function<int(std::size_t index)>;
+  // The path of log `index` of the batch.
+  using PathOf = std::function<std::string(std::size_t index)>;
 
   // `count` logs, read roughly in the order of their indices.
-  ReadAhead(std::size_t count, Open open);
+  ReadAhead(std::size_t count, PathOf path_of);
   ~ReadAhead();
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
@@ -60,7 +61,7 @@ class ReadAhead {
   bool Advise(std::size_t index);
 
   const std::size_t count_;
-  const Open open_;
+  const PathOf path_of_;
   std::atomic<bool> active_{false};  // the batch looks cold: the thread advises
   std::mutex mutex_;
   std::condition_variable wake_;

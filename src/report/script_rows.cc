@@ -1,10 +1,7 @@
 #include "report/script_rows.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
-#include <initializer_list>
 #include <string_view>
 
 #include "analysis/markers.h"
@@ -29,35 +26,6 @@ std::optional<double> After(std::string_view record, std::string_view label, boo
   return NumberIn(record.substr(static_cast<std::size_t>(column - 1) + label.size()));
 }
 
-// A Cell that only looks at its text.
-struct CellView {
-  std::string_view text;
-  bool number = false;
-};
-
-// Room for the digits of a number.
-using Digits = std::array<char, 32>;
-
-std::string_view DigitsOf(double value, Digits* digits) {
-  const char* end = std::to_chars(digits->data(), digits->data() + digits->size(), value).ptr;
-  return {digits->data(), static_cast<std::size_t>(end - digits->data())};
-}
-
-// Calls append(cell) for each field of `row`, in the order of kColumnNames. A number's text
-// lives only during its call.
-template <typename Append>
-void VisitCells(const ScriptRow& row, Append append) {
-  for (const std::string* text : {&row.log, &row.kind, &row.status, &row.control_file}) {
-    append(CellView{*text, false});
-  }
-  for (const std::optional<double>* value :
-       {&row.cpu_seconds, &row.chi2, &row.rp, &row.rwp, &row.rexp, &row.rf2, &row.rf2w, &row.rf}) {
-    Digits digits;
-    append(CellView{*value ? DigitsOf(**value, &digits) : std::string_view(), true});
-  }
-  for (const std::string* text : {&row.result, &row.error}) append(CellView{*text, false});
-}
-
 void AppendCsvField(std::string_view text, std::string* line) {
   const bool quoted = std::any_of(text.begin(), text.end(), [](char c) {
     return c == ',' || c == '"' || c == '\r' || c == '\n';
@@ -78,16 +46,6 @@ void AppendCsvField(std::string_view text, std::string* line) {
 constexpr std::size_t kRowRoom = 512;
 
 }  // namespace
-
-std::string NumberText(double value) {
-  Digits digits;
-  return std::string(DigitsOf(value, &digits));
-}
-
-void ForEachCell(const ScriptRow& row,
-                 const std::function<void(std::string_view text, bool number)>& cell) {
-  VisitCells(row, [&cell](const CellView& view) { cell(view.text, view.number); });
-}
 
 ScriptRow RowOfScan(std::string log, const RunScan& scan) {
   ScriptRow row;
@@ -143,8 +101,8 @@ std::string CsvRow(const ScriptRow& row) {
   std::string line;
   line.reserve(kRowRoom);
   // Every field but the first follows a comma, however many before it are empty.
-  VisitCells(row, [&line](const CellView& cell) {
-    AppendCsvField(cell.text, &line);
+  ForEachCell(row, [&line](std::string_view text, bool) {
+    AppendCsvField(text, &line);
     line.push_back(',');
   });
   line.back() = '\n';
@@ -155,15 +113,15 @@ std::string JsonRow(const ScriptRow& row) {
   std::string line;
   line.reserve(kRowRoom);
   std::size_t i = 0;
-  VisitCells(row, [&line, &i](const CellView& cell) {
+  ForEachCell(row, [&line, &i](std::string_view text, bool number) {
     line.append(i == 0 ? "{\"" : ",\"").append(kColumnNames[i]).append("\":");
     ++i;
-    if (cell.text.empty()) {
+    if (text.empty()) {
       line.append("null");
-    } else if (cell.number) {
-      line.append(cell.text);  // as in the CSV row
+    } else if (number) {
+      line.append(text);  // as in the CSV row
     } else {
-      AppendJsonString(cell.text, &line);
+      AppendJsonString(text, &line);
     }
   });
   line.append("}\n");

@@ -4,7 +4,8 @@
 #define TABRUN_REPORT_SCRIPT_ROWS_H_
 
 #include <array>
-#include <functional>
+#include <charconv>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,14 +38,35 @@ inline constexpr const char* kStatusNames[] = {
     "ok", "no_cpu", "bad_end", "no_control_file", "bad_cpu_value", "unreadable"};
 inline constexpr const char* kKindNames[] = {"", "ordinary", "annealing"};
 
+// Room for the digits of a number.
+using Digits = std::array<char, 32>;
+
 // A number as the rows write it: the shortest decimal that reads back to the same double
-// ("3.87", "1e+39").
-std::string NumberText(double value);
+// ("3.87", "1e+39"), in *digits.
+inline std::string_view DigitsOf(double value, Digits* digits) {
+  const char* end = std::to_chars(digits->data(), digits->data() + digits->size(), value).ptr;
+  return {digits->data(), static_cast<std::size_t>(end - digits->data())};
+}
+inline std::string NumberText(double value) {
+  Digits digits;
+  return std::string(DigitsOf(value, &digits));
+}
+
 // Calls cell(text, number) for each field of `row`, in the order of kColumnNames: a string as
 // it is, a number as NumberText writes it, an empty number as the empty text. The text lives
 // only during its call.
-void ForEachCell(const ScriptRow& row,
-                 const std::function<void(std::string_view text, bool number)>& cell);
+template <typename Cell>
+void ForEachCell(const ScriptRow& row, Cell cell) {
+  for (const std::string* text : {&row.log, &row.kind, &row.status, &row.control_file}) {
+    cell(std::string_view(*text), false);
+  }
+  for (const std::optional<double>* value :
+       {&row.cpu_seconds, &row.chi2, &row.rp, &row.rwp, &row.rexp, &row.rf2, &row.rf2w, &row.rf}) {
+    Digits digits;
+    cell(*value ? DigitsOf(**value, &digits) : std::string_view(), true);
+  }
+  for (const std::string* text : {&row.result, &row.error}) cell(std::string_view(*text), false);
+}
 
 // The row of a log that was scanned. The CPU value is read in double precision with the
 // same rules as the summary's; a number field is empty when its label is absent or is not

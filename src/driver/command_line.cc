@@ -2,8 +2,10 @@
 
 #include <getopt.h>
 
-#include <charconv>
+#include <optional>
 #include <string_view>
+
+#include "recio/number.h"
 
 namespace tabrun {
 namespace {
@@ -26,10 +28,8 @@ CommandLine UsageError(std::string error) {
 
 // The number of jobs `text` gives, or 0 when it is not a number from 1 to kMaxJobs.
 int JobsOf(std::string_view text) {
-  int jobs = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), jobs);
-  if (error != std::errc() || end != text.data() + text.size()) return 0;
-  return jobs >= 1 && jobs <= kMaxJobs ? jobs : 0;
+  const std::optional<int> jobs = WholeInteger<int>(text);
+  return jobs && *jobs >= 1 && *jobs <= kMaxJobs ? *jobs : 0;
 }
 
 }  // namespace

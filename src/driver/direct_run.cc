@@ -6,7 +6,6 @@
 
 #include <errno.h>
 
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -17,6 +16,7 @@
 #include "driver/ordered_pool.h"
 #include "recio/log_directory.h"
 #include "recio/log_text.h"
+#include "recio/number.h"
 #include "recio/read_ahead.h"
 #include "report/html_report.h"
 #include "report/script_rows.h"
@@ -138,11 +138,8 @@ class Reader {
 // seconds, so that two reports of one batch can be the same to the byte, otherwise now.
 std::int64_t MadeAt() {
   const char* epoch = std::getenv("SOURCE_DATE_EPOCH");
-  std::int64_t seconds = 0;
   if (epoch != nullptr) {
-    const std::string_view text(epoch);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (error == std::errc() && end == text.data() + text.size() && !text.empty()) return seconds;
+    if (const auto seconds = WholeInteger<std::int64_t>(epoch)) return *seconds;
   }
   return static_cast<std::int64_t>(std::time(nullptr));
 }

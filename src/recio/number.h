@@ -3,9 +3,12 @@
 #ifndef TABRUN_RECIO_NUMBER_H_
 #define TABRUN_RECIO_NUMBER_H_
 
+#include <charconv>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace tabrun {
 
@@ -34,6 +37,16 @@ std::string FormatFixed14_3(float value);
 
 // The integer right-justified in the 12 columns of list-directed output.
 std::string FormatListInteger(std::int32_t value);
+
+// The integer that the whole of `text` is: decimal digits after an optional minus sign. None
+// when anything else is there, or the value does not fit T.
+template <typename T>
+std::optional<T> WholeInteger(std::string_view text) {
+  T value{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) return {};
+  return value;
+}
 
 }  // namespace tabrun
 

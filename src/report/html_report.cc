@@ -134,11 +134,10 @@ HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
 
 HtmlReport::Cells HtmlReport::Encode(const ScriptRow& row, const std::vector<std::string>& tail) {
   Cells encoded;
-  encoded.has_tail = !tail.empty();
   for (std::size_t i = 0; i < tail.size(); ++i) {
     encoded.tail.append(i == 0 ? "" : "\n").append(tail[i]);
   }
-  if (encoded.has_tail) AppendJsonString(encoded.tail, &encoded.tail_json);
+  if (!tail.empty()) AppendJsonString(encoded.tail, &encoded.tail_json);
   std::string& text = encoded.text;
   std::size_t i = 0;
   ForEachCell(row, [&](std::string_view cell, bool number) {
@@ -183,25 +182,25 @@ void HtmlReport::AddFailure(const ScriptRow& row, const Cells& cells) {
   const bool listed = ++failures_ <= kListedFailures;
   // The tail as the page holds it: HTML text in a listed failure, a JSON string otherwise;
   // none is made once the budget is spent.
-  const bool wanted = cells.has_tail && !tail_cut_;
+  const bool wanted = cells.has_tail() && !tail_cut_;
   std::string text;
   if (wanted) {
     if (listed) {
       AppendHtmlText(cells.tail, &text);
     } else {
-      text = (kept_tails_ == 0 ? "" : ",") + std::to_string(rows_) + "," + cells.tail_json;
+      text = (any_tail_kept_ ? "," : "") + std::to_string(rows_) + "," + cells.tail_json;
     }
   }
   const bool kept = wanted && tail_bytes_ + text.size() <= kTailBudget;
   if (kept) {
     tail_bytes_ += text.size();
-  } else if (cells.has_tail) {
+  } else if (cells.has_tail()) {
     if (!tail_cut_) tail_cut_ = rows_;
     ++tails_left_out_;
   }
   if (!listed) {
     if (kept) tails_.Append(text);
-    kept_tails_ += kept;
+    any_tail_kept_ = any_tail_kept_ || kept;
     return;
   }
   listed_ += "<details><summary><b>" + row.status + "</b> <code>" + Html(row.log) + "</code>";
@@ -210,7 +209,7 @@ void HtmlReport::AddFailure(const ScriptRow& row, const Cells& cells) {
   // The parser drops a line feed right after <pre>: with one written first, a tail that
   // starts with an empty record keeps it.
   if (kept) listed_ += "<pre id=\"tail-" + std::to_string(rows_) + "\">\n" + text + "</pre>";
-  if (cells.has_tail && !kept) listed_ += "<p>The end of this log is left out.</p>";
+  if (cells.has_tail() && !kept) listed_ += "<p>The end of this log is left out.</p>";
   listed_ += "</details>\n";
 }
 

@@ -48,9 +48,9 @@ class HtmlReport {
   struct Cells {
     std::string text;
     std::array<std::uint32_t, kColumns + 1> start{};
-    bool has_tail = false;
     std::string tail;       // the records joined by line feeds
-    std::string tail_json;  // the same as a JSON string
+    std::string tail_json;  // the same as a JSON string, empty when there is no tail
+    bool has_tail() const { return !tail_json.empty(); }
   };
   // It depends on nothing else, so that the threads that read the logs can make the cells and
   // spare the one that writes. REQUIRES: row.status is one of kStatusNames and row.kind one of
@@ -87,7 +87,7 @@ class HtmlReport {
   std::string listed_;  // the HTML of the listed failures
   std::uint64_t failures_ = 0;
   std::uint64_t tail_bytes_ = 0;
-  std::uint64_t kept_tails_ = 0;           // in tails_
+  bool any_tail_kept_ = false;             // in tails_
   std::optional<std::uint64_t> tail_cut_;  // the first row whose tail did not fit
   std::uint64_t tails_left_out_ = 0;
 };

@@ -6,6 +6,7 @@
 #include <string>
 
 namespace tabrun {
+namespace {
 
 std::string Printable(std::string_view text) {
   std::string printable;
@@ -27,6 +28,8 @@ std::string Printable(std::string_view text) {
   }
   return printable;
 }
+
+}  // namespace
 
 void PrintError(std::string_view message) {
   std::string line = "tabrun: " + Printable(message);

@@ -3,7 +3,6 @@
 #ifndef TABRUN_RECIO_FATAL_H_
 #define TABRUN_RECIO_FATAL_H_
 
-#include <string>
 #include <string_view>
 
 namespace tabrun {
@@ -11,12 +10,9 @@ namespace tabrun {
 // Exit status after a fatal I/O error.
 inline constexpr int kFatalExitStatus = 1;
 
-// `text` with a backslash doubled and the control characters written out, so that a message
-// shows what a name or a log holds: "\t", "\n", "\r", or "\x" and two hex digits.
-std::string Printable(std::string_view text);
-
-// Writes "tabrun: <message>" and a line feed to standard error in one write, the message made
-// Printable.
+// Writes "tabrun: <message>" and a line feed to standard error in one write. In the message a
+// backslash is doubled and the control characters are written out, so that it shows what a
+// name or a log holds: "\t", "\n", "\r", or "\x" and two hex digits.
 void PrintError(std::string_view message);
 
 // Writes one line to standard error,

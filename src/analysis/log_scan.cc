@@ -1,7 +1,5 @@
 #include "analysis/log_scan.h"
 
-#include <optional>
-
 #include "analysis/markers.h"
 #include "recio/number.h"
 
@@ -36,25 +34,13 @@ std::string_view AnnealingName(const FixedText& line) {
   return Trim(line.Columns(colon + 1, colon + length));
 }
 
-// The record at `at`, which a search for `marker` found, or nothing when the log has changed
-// under the reader since: a log cut short ends where its bytes stopped, for every search, and
-// a record read again must still hold what it was found by.
-std::optional<FixedText> Found(LogText& log, std::uint64_t at, std::string_view marker) {
-  if (at >= log.size()) return {};
-  FixedText line = log.Record(at);
-  if (at >= log.size() || Index(line.view(), marker) == 0) return {};
-  return line;
-}
-
 // The first record, from kResultRecordsAbove above the CPU record on, with both "Chi2:" and
 // "Rp:" or with "RF2 -factor :".
 void FindOrdinaryResult(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
-  for (std::uint64_t at = log.RecordsAbove(cpu_record, kResultRecordsAbove);;
-       at = log.NextRecord(at)) {
-    at = log.Find(at, {markers::kChi2, markers::kRf2});
-    if (at >= log.size()) return;
-    const FixedText line = log.Record(at);
-    if (at >= log.size()) return;
+  for (auto hit = log.FindRecord(log.RecordsAbove(cpu_record, kResultRecordsAbove),
+                                 {markers::kChi2, markers::kRf2});
+       hit; hit = log.FindRecord(log.NextRecord(hit->at), {markers::kChi2, markers::kRf2})) {
+    const FixedText& line = hit->record;
     // "Rp:" first: most records with "Chi2:" lack it.
     const int chi2 =
         Index(line.view(), markers::kRp) != 0 ? IndexLast(line.view(), markers::kChi2) : 0;
@@ -74,13 +60,12 @@ void FindOrdinaryResult(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
 }
 
 void FindBestSolution(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
-  const std::uint64_t at =
-      log.Find(log.RecordsAbove(cpu_record, kBestSolutionRecordsAbove), {markers::kBestSolution});
-  const std::optional<FixedText> line = Found(log, at, markers::kBestSolution);
-  if (!line) return;
+  const auto hit = log.FindRecord(log.RecordsAbove(cpu_record, kBestSolutionRecordsAbove),
+                                  {markers::kBestSolution});
+  if (!hit) return;
   scan->result_label = ResultLabel::kBestSolution;
-  scan->result_record = line->Trimmed();
-  scan->result_text = TrimRight(line->Columns(kBestSolutionFirst, kBestSolutionLast));
+  scan->result_record = hit->record.Trimmed();
+  scan->result_text = TrimRight(hit->record.Columns(kBestSolutionFirst, kBestSolutionLast));
 }
 
 // Reads the CPU record `line` into `scan`; false when its value is not a number.
@@ -115,35 +100,34 @@ std::string BadCpuReason(const RunScan& scan) {
 RunScan ScanLog(LogText& log) {
   RunScan scan;
   std::uint64_t cpu_from = 0;
-  const std::uint64_t control_at = log.Find(0, {markers::kControlFile});
-  if (const std::optional<FixedText> line = Found(log, control_at, markers::kControlFile)) {
+  if (const auto control = log.FindRecord(0, {markers::kControlFile})) {
+    const FixedText& line = control->record;
     scan.control_file = Trim(
-        After(*line, Index(line->view(), markers::kControlFile), markers::kControlFile.size()));
+        After(line, Index(line.view(), markers::kControlFile), markers::kControlFile.size()));
     scan.control_file.append(markers::kPcrSuffix);
-    const std::uint64_t normal_end = log.Find(log.NextRecord(control_at), {markers::kNormalEnd});
-    if (!Found(log, normal_end, markers::kNormalEnd)) {
+    const auto normal_end = log.FindRecord(log.NextRecord(control->at), {markers::kNormalEnd});
+    if (!normal_end) {
       scan.outcome = RunOutcome::kBadEnd;
       return scan;
     }
-    cpu_from = log.NextRecord(normal_end);
+    cpu_from = log.NextRecord(normal_end->at);
   } else {
-    const std::uint64_t line_at = log.Find(log.RecordsAbove(log.size(), kAnnealingTailRecords),
-                                           {markers::kAnnealingControlFile});
-    const std::optional<FixedText> annealing = Found(log, line_at, markers::kAnnealingControlFile);
+    const auto annealing = log.FindRecord(log.RecordsAbove(log.size(), kAnnealingTailRecords),
+                                          {markers::kAnnealingControlFile});
     if (!annealing) return scan;  // kNoControlFile
     scan.kind = RunKind::kAnnealing;
-    scan.control_file = AnnealingName(*annealing);
+    scan.control_file = AnnealingName(annealing->record);
     scan.control_file.append(markers::kPcrSuffix);
-    cpu_from = log.RecordsAbove(line_at, kCpuSearchAboveAnnealingLine);
+    cpu_from = log.RecordsAbove(annealing->at, kCpuSearchAboveAnnealingLine);
   }
 
-  const std::uint64_t cpu_record = log.Find(cpu_from, {markers::kCpuTime});
-  const std::optional<FixedText> cpu_line = Found(log, cpu_record, markers::kCpuTime);
-  if (!cpu_line) {
+  const auto cpu = log.FindRecord(cpu_from, {markers::kCpuTime});
+  if (!cpu) {
     scan.outcome = RunOutcome::kNoCpu;
     return scan;
   }
-  if (!ReadCpu(*cpu_line, &scan)) {
+  const std::uint64_t cpu_record = cpu->at;
+  if (!ReadCpu(cpu->record, &scan)) {
     scan.outcome = RunOutcome::kBadCpuValue;
     return scan;
   }

@@ -210,4 +210,16 @@ std::uint64_t LogText::Find(std::uint64_t from, std::initializer_list<std::strin
   return lf == kNone ? from : lf + 1;
 }
 
+std::optional<LogText::Hit> LogText::FindRecord(std::uint64_t from,
+                                                std::initializer_list<std::string_view> markers) {
+  const std::uint64_t at = Find(from, markers);
+  if (at >= size_) return {};
+  // A record that the file no longer holds reads as blanks, and so holds no marker.
+  const Hit hit{at, Record(at)};
+  for (std::string_view marker : markers) {
+    if (Index(hit.record.view(), marker) != 0) return hit;
+  }
+  return {};
+}
+
 }  // namespace tabrun

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -75,6 +76,17 @@ class LogText {
   // the whole of one of `markers`; size() when there is none. REQUIRES: each marker is 1 to
   // kRecordLength bytes long and holds no line feed.
   std::uint64_t Find(std::uint64_t from, std::initializer_list<std::string_view> markers);
+
+  // The record Find(from, markers) names, read: where it starts and its first kRecordLength
+  // columns. None when there is no such record, and when the file has changed under the reader
+  // since it was searched: a file cut short ends where its bytes stopped, for every search,
+  // and a record read again must still hold one of `markers`.
+  struct Hit {
+    std::uint64_t at;
+    FixedText record;
+  };
+  std::optional<Hit> FindRecord(std::uint64_t from,
+                                std::initializer_list<std::string_view> markers);
 
   // The start of the record `n` records above `at`, or 0 when there are fewer than n records
   // above it. From size(), the first record above is the last record of the text.

@@ -47,12 +47,11 @@ class Streams {
     const int fd = OutputUnit::CreateFile(kResultsFile, &error);
     if (fd < 0) Fatal(kResultsUnit, kResultsFile, "cannot open", error);
     results_.emplace(fd);
-    results_fd_ = fd;
   }
   // The files that log.res and standard output are.
   std::vector<struct stat> WrittenFiles() const {
     std::vector<struct stat> files;
-    for (const int fd : {results_fd_, STDOUT_FILENO}) {
+    for (const int fd : {results_ ? results_->fd() : -1, STDOUT_FILENO}) {
       struct stat st;
       if (fd >= 0 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) files.push_back(st);
     }
@@ -72,7 +71,6 @@ class Streams {
 
  private:
   std::optional<OutputUnit> results_;
-  int results_fd_ = -1;
 };
 
 // What the scans of one batch add up to.

@@ -32,6 +32,9 @@ class OutputUnit {
   // Flushes and closes the file descriptor; false with the reason when either fails.
   bool Close(std::string* error);
 
+  // The file descriptor written to.
+  int fd() const { return fd_; }
+
  private:
   int fd_;
   std::string buffer_;

@@ -422,6 +422,8 @@
     }
   }
 
+  const pageCount = () => Math.max(1, Math.ceil(view.length / PAGE_ROWS));
+
   function renderTable() {
     const start = page * PAGE_ROWS;
     for (let k = 0; k < PAGE_ROWS; k++) {
@@ -445,7 +447,7 @@
         td.classList.toggle('best', row === best && c.name === state.figure);
       });
     }
-    const pages = Math.max(1, Math.ceil(view.length / PAGE_ROWS));
+    const pages = pageCount();
     $('page').textContent = view.length
       ? `Rows ${start + 1} to ${Math.min(start + PAGE_ROWS, view.length)} of ${view.length}, ` +
         `page ${page + 1} of ${pages}`
@@ -590,12 +592,11 @@
         refilter();
       });
     }
-    const pages = () => Math.max(1, Math.ceil(view.length / PAGE_ROWS));
-    const go = (p) => { page = Math.min(Math.max(p, 0), pages() - 1); renderTable(); };
+    const go = (p) => { page = Math.min(Math.max(p, 0), pageCount() - 1); renderTable(); };
     $('first').addEventListener('click', () => go(0));
     $('prev').addEventListener('click', () => go(page - 1));
     $('next').addEventListener('click', () => go(page + 1));
-    $('last').addEventListener('click', () => go(pages() - 1));
+    $('last').addEventListener('click', () => go(pageCount() - 1));
     rowsBody.addEventListener('click', (e) => {
       const tr = e.target.closest('tr');
       if (tr) select(Number(tr.dataset.row), false);

@@ -18,6 +18,8 @@ constexpr int kCpuTextColumns = 12;
 // Columns of the best solution's R-F2 value, wherever its marker stands.
 constexpr int kBestSolutionFirst = 18;
 constexpr int kBestSolutionLast = 25;
+// How much of a result record is read for its figures.
+constexpr std::size_t kLongestFigureRecord = 64 << 10;
 
 // The text of `line` from `skip` columns after column `at` to its last non-blank.
 std::string_view After(const FixedText& line, int at, std::size_t skip) {
@@ -34,29 +36,46 @@ std::string_view AnnealingName(const FixedText& line) {
   return Trim(line.Columns(colon + 1, colon + length));
 }
 
-// The first record, from kResultRecordsAbove above the CPU record on, with both "Chi2:" and
-// "Rp:" or with "RF2 -factor :".
-void FindOrdinaryResult(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
-  for (auto hit = log.FindRecord(log.RecordsAbove(cpu_record, kResultRecordsAbove),
-                                 {markers::kChi2, markers::kRf2});
-       hit; hit = log.FindRecord(log.NextRecord(hit->at), {markers::kChi2, markers::kRf2})) {
-    const FixedText& line = hit->record;
-    // "Rp:" first: most records with "Chi2:" lack it.
-    const int chi2 =
-        Index(line.view(), markers::kRp) != 0 ? IndexLast(line.view(), markers::kChi2) : 0;
-    if (chi2 != 0) {
-      scan->result_label = ResultLabel::kChi2;
-      scan->result_text = After(line, chi2, markers::kChi2.size());
-    } else if (const int rf2 = Index(line.view(), markers::kRf2); rf2 != 0) {
-      scan->result_label = ResultLabel::kRf2;
-      // The one column right after the marker is skipped.
-      scan->result_text = After(line, rf2, markers::kRf2.size() + 1);
-    } else {
-      continue;
-    }
-    scan->result_record = line.Trimmed();
-    return;
+// The label of `line` as a result record, and into *text the text after it that the summary
+// carries; kNone when it is no result record.
+ResultLabel OrdinaryResult(const FixedText& line, std::string* text) {
+  // "Rp:" first: most records with "Chi2:" lack it.
+  const int chi2 =
+      Index(line.view(), markers::kRp) != 0 ? IndexLast(line.view(), markers::kChi2) : 0;
+  if (chi2 != 0) {
+    *text = After(line, chi2, markers::kChi2.size());
+    return ResultLabel::kChi2;
   }
+  if (const int rf2 = Index(line.view(), markers::kRf2); rf2 != 0) {
+    // The one column right after the marker is skipped.
+    *text = After(line, rf2, markers::kRf2.size() + 1);
+    return ResultLabel::kRf2;
+  }
+  return ResultLabel::kNone;
+}
+
+// The whole record at `at`, without trailing blanks: a figure may run past column 256.
+std::string WholeRecord(LogText& log, std::uint64_t at) {
+  std::string record = log.WholeRecord(at, kLongestFigureRecord);
+  record.resize(TrimRight(record).size());
+  return record;
+}
+
+// The first result record from `from` on, or with `last` the last one before `to`.
+void FindOrdinaryResult(LogText& log, std::uint64_t from, std::uint64_t to, bool last,
+                        RunScan* scan) {
+  std::optional<std::uint64_t> found;
+  for (auto hit = log.FindRecord(from, {markers::kChi2, markers::kRf2}); hit && hit->at < to;
+       hit = log.FindRecord(log.NextRecord(hit->at), {markers::kChi2, markers::kRf2})) {
+    std::string text;
+    const ResultLabel label = OrdinaryResult(hit->record, &text);
+    if (label == ResultLabel::kNone) continue;
+    scan->result_label = label;
+    scan->result_text = std::move(text);
+    found = hit->at;
+    if (!last) break;
+  }
+  if (found) scan->result_record = WholeRecord(log, *found);
 }
 
 void FindBestSolution(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
@@ -64,7 +83,7 @@ void FindBestSolution(LogText& log, std::uint64_t cpu_record, RunScan* scan) {
                                   {markers::kBestSolution});
   if (!hit) return;
   scan->result_label = ResultLabel::kBestSolution;
-  scan->result_record = hit->record.Trimmed();
+  scan->result_record = WholeRecord(log, hit->at);
   scan->result_text = TrimRight(hit->record.Columns(kBestSolutionFirst, kBestSolutionLast));
 }
 
@@ -100,6 +119,7 @@ std::string BadCpuReason(const RunScan& scan) {
 RunScan ScanLog(LogText& log) {
   RunScan scan;
   std::uint64_t cpu_from = 0;
+  std::uint64_t normal_end_at = 0;
   if (const auto control = log.FindRecord(0, {markers::kControlFile})) {
     const FixedText& line = control->record;
     scan.control_file = Trim(
@@ -110,7 +130,8 @@ RunScan ScanLog(LogText& log) {
       scan.outcome = RunOutcome::kBadEnd;
       return scan;
     }
-    cpu_from = log.NextRecord(normal_end->at);
+    normal_end_at = normal_end->at;
+    cpu_from = log.NextRecord(normal_end_at);
   } else {
     const auto annealing = log.FindRecord(log.RecordsAbove(log.size(), kAnnealingTailRecords),
                                           {markers::kAnnealingControlFile});
@@ -124,6 +145,14 @@ RunScan ScanLog(LogText& log) {
   const auto cpu = log.FindRecord(cpu_from, {markers::kCpuTime});
   if (!cpu) {
     scan.outcome = RunOutcome::kNoCpu;
+    if (scan.kind == RunKind::kOrdinary) {
+      // A run that converged and lost its CPU record (a full disk) still states its figures.
+      FindOrdinaryResult(log, 0, normal_end_at, true, &scan);
+      if (scan.result_label == ResultLabel::kNone) {
+        FindOrdinaryResult(log, cpu_from, log.size(), true, &scan);
+      }
+      scan.result_text.clear();
+    }
     return scan;
   }
   const std::uint64_t cpu_record = cpu->at;
@@ -135,7 +164,8 @@ RunScan ScanLog(LogText& log) {
   if (scan.kind == RunKind::kAnnealing) {
     FindBestSolution(log, cpu_record, &scan);
   } else {
-    FindOrdinaryResult(log, cpu_record, &scan);
+    FindOrdinaryResult(log, log.RecordsAbove(cpu_record, kResultRecordsAbove), log.size(), false,
+                       &scan);
   }
   return scan;
 }

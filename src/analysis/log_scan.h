@@ -43,8 +43,11 @@ struct RunScan {
   // For kSummary: the CPU seconds read from cpu_value_text, or nothing for a null value
   // ("CPU Time: ,"), which keeps the previous run's seconds.
   std::optional<float> cpu_seconds;
-  // For kSummary: the result record (up to column 256, without trailing blanks), and the text
-  // that follows the label in the summary line.
+  // For kSummary: the result record and the text that follows the label in the summary line
+  // (cut at column 256). The record is whole, past column 256 too (up to 64 KiB), without
+  // trailing blanks, so that its figures can be read as written. An ordinary kNoCpu run has
+  // a result record but no text: its last result record before "Normal end", or when there is
+  // none, after it.
   ResultLabel result_label = ResultLabel::kNone;
   std::string result_record;
   std::string result_text;

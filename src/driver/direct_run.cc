@@ -14,6 +14,7 @@
 #include "analysis/log_scan.h"
 #include "driver/console.h"
 #include "driver/ordered_pool.h"
+#include "recio/fatal.h"
 #include "recio/log_directory.h"
 #include "recio/log_text.h"
 #include "recio/number.h"
@@ -106,8 +107,9 @@ class Reader {
       return {UnreadableRow(std::move(path), "cannot open: " + error), {}, 0};
     }
     LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, 0};
-    if (tail != nullptr && read.row.status != "ok") {
-      *tail = text_.LastRecords(HtmlReport::kTailRecords);
+    if (read.row.status != "ok") {
+      read.row.last_record = Printable(text_.LastNonBlankRecord());
+      if (tail != nullptr) *tail = text_.LastRecords(HtmlReport::kTailRecords);
     }
     read.bytes = text_.size();
     if (!text_.Close(&error)) read.row = UnreadableRow(read.row.log, "cannot close: " + error);

@@ -6,7 +6,6 @@
 #include <string>
 
 namespace tabrun {
-namespace {
 
 std::string Printable(std::string_view text) {
   std::string printable;
@@ -28,8 +27,6 @@ std::string Printable(std::string_view text) {
   }
   return printable;
 }
-
-}  // namespace
 
 void PrintError(std::string_view message) {
   std::string line = "tabrun: " + Printable(message);

@@ -3,6 +3,7 @@
 #ifndef TABRUN_RECIO_FATAL_H_
 #define TABRUN_RECIO_FATAL_H_
 
+#include <string>
 #include <string_view>
 
 namespace tabrun {
@@ -10,10 +11,13 @@ namespace tabrun {
 // Exit status after a fatal I/O error.
 inline constexpr int kFatalExitStatus = 1;
 
-// Writes "tabrun: <message>" and a line feed to standard error in one write. In the message a
-// backslash is doubled and the control characters are written out, so that it shows what a
-// name or a log holds: "\t", "\n", "\r", or "\x" and two hex digits.
+// Writes "tabrun: <message>" and a line feed to standard error in one write, the message as
+// Printable writes it.
 void PrintError(std::string_view message);
+
+// `text` with each backslash doubled and the control characters written out, so that it shows
+// what a name or a log holds: "\t", "\n", "\r", or "\x" and two hex digits.
+std::string Printable(std::string_view text);
 
 // Writes one line to standard error,
 //   tabrun: unit <unit> (<file>): <what>: <reason>

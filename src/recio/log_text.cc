@@ -175,6 +175,33 @@ std::vector<std::string> LogText::LastRecords(int n) {
   return records;
 }
 
+std::string LogText::WholeRecord(std::uint64_t at, std::size_t limit) {
+  std::string record;
+  while (record.size() < limit) {
+    std::string_view bytes = Bytes(at + record.size(), 1);
+    if (bytes.empty()) break;
+    bytes = bytes.substr(0, limit - record.size());
+    const std::size_t lf = bytes.find('\n');
+    record.append(bytes.substr(0, lf));
+    if (lf != std::string_view::npos) {
+      if (record.ends_with('\r')) record.pop_back();
+      break;
+    }
+  }
+  return record;
+}
+
+std::string LogText::LastNonBlankRecord() {
+  for (std::uint64_t end = size_; end > 0;) {
+    const std::uint64_t at = RecordsAbove(end, 1);
+    const FixedText record = Record(at);
+    const std::size_t last = record.view().find_last_not_of(" \r");
+    if (last != std::string_view::npos) return std::string(record.view().substr(0, last + 1));
+    end = at;
+  }
+  return {};
+}
+
 std::uint64_t LogText::FirstHit(std::string_view marker, std::uint64_t from, std::uint64_t limit) {
   // A hit counts only when the whole marker lies within the first kRecordLength columns of
   // its record: at most `slack` bytes after the record's start. `from` is the start of a

@@ -104,6 +104,14 @@ class LogText {
   // kRecordLength columns and without trailing blanks.
   std::vector<std::string> LastRecords(int n);
 
+  // The record at `at` whole, past kRecordLength columns too, up to `limit` bytes, without its
+  // line end. REQUIRES: at < size().
+  std::string WholeRecord(std::uint64_t at, std::size_t limit);
+
+  // The last record that holds something besides blanks and carriage returns, cut at
+  // kRecordLength columns, without trailing blanks and carriage returns; empty when none does.
+  std::string LastNonBlankRecord();
+
  private:
   // The bytes from `offset` on, as far as the window holds them: at least
   // min(min_length, size() - offset) of them, empty at or past the end. Valid until the next

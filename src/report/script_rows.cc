@@ -19,9 +19,11 @@ std::optional<double> NumberIn(std::string_view text) {
   return value;
 }
 
-// The number after the first (or with `last`, the last) `label` in `record`.
+// The number after the first (or with `last`, the last) `label` in the first 256 columns of
+// `record`, however far it runs.
 std::optional<double> After(std::string_view record, std::string_view label, bool last = false) {
-  const int column = last ? IndexLast(record, label) : Index(record, label);
+  const std::string_view head = record.substr(0, kRecordLength);
+  const int column = last ? IndexLast(head, label) : Index(head, label);
   if (column == 0) return {};
   return NumberIn(record.substr(static_cast<std::size_t>(column - 1) + label.size()));
 }
@@ -47,6 +49,31 @@ constexpr std::size_t kRowRoom = 512;
 
 }  // namespace
 
+std::optional<double> NameNumber(std::string_view log) {
+  const std::string_view name = log.substr(log.rfind('/') + 1);  // npos + 1 is 0
+  const auto digit = [&name](std::size_t i) {
+    return i < name.size() && name[i] >= '0' && name[i] <= '9';
+  };
+  const auto digits_end = [&digit](std::size_t i) {
+    while (digit(i)) ++i;
+    return i;
+  };
+  std::optional<double> number;
+  for (std::size_t i = 0; i < name.size();) {
+    if (!digit(i)) {
+      ++i;
+      continue;
+    }
+    std::size_t end = digits_end(i);
+    if (digit(end + 1) && name[end] == '.') end = digits_end(end + 1);
+    double value = 0;
+    const auto [ptr, error] = std::from_chars(name.data() + i, name.data() + end, value);
+    number = error == std::errc() ? std::optional<double>(value) : std::nullopt;
+    i = end;
+  }
+  return number;
+}
+
 ScriptRow RowOfScan(std::string log, const RunScan& scan) {
   ScriptRow row;
   row.log = std::move(log);
@@ -58,9 +85,11 @@ ScriptRow RowOfScan(std::string log, const RunScan& scan) {
   if (scan.outcome == RunOutcome::kBadCpuValue) {
     row.error = std::string(kBadCpuWhat) + ": " + BadCpuReason(scan);
   }
-  if (scan.outcome != RunOutcome::kSummary) return row;
-  row.cpu_seconds = NumberIn(scan.cpu_value_text);
-  row.result = scan.result_text;
+  row.name_number = NameNumber(row.log);
+  if (scan.outcome == RunOutcome::kSummary) {
+    row.cpu_seconds = NumberIn(scan.cpu_value_text);
+    row.result = scan.result_text;
+  }
   const std::string_view record = scan.result_record;
   switch (scan.result_label) {
     case ResultLabel::kChi2:
@@ -75,7 +104,7 @@ ScriptRow RowOfScan(std::string log, const RunScan& scan) {
       row.rf = After(record, markers::kRf);
       break;
     case ResultLabel::kBestSolution:
-      row.rf2 = NumberIn(scan.result_text);
+      row.rf2 = After(record, markers::kBestSolution);
       break;
     case ResultLabel::kNone:
       break;
@@ -87,6 +116,7 @@ ScriptRow UnreadableRow(std::string log, std::string error) {
   ScriptRow row;
   row.log = std::move(log);
   row.status = "unreadable";
+  row.name_number = NameNumber(row.log);
   row.error = std::move(error);
   return row;
 }

@@ -5,8 +5,10 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "recio/memory_log.h"
+#include "report/script_rows.h"
 
 namespace tabrun {
 namespace {
@@ -135,6 +137,41 @@ TEST(LogScanTest, WhatEachLogSays) {
     for (std::size_t window : {LogText::kMinWindow, LogText::kDefaultWindow}) {
       MemoryLog log(c.log, window);
       EXPECT_EQ(Describe(ScanLog(log.text)), c.expected) << c.log.substr(0, 60);
+    }
+  }
+}
+
+// Each figure of the rows is the whole number after its label, however many blanks and digits
+// it has, past column 256 too; a no_cpu run's figures come from its last result record before
+// "Normal end", or when there is none, after it.
+TEST(LogScanTest, FiguresAsWritten) {
+  using Field = std::optional<double> ScriptRow::*;
+  const std::string ctl = "Control file *.pcr: r\n";
+  const struct {
+    std::string log;  // "@" stands for the figure
+    std::vector<Field> fields;
+  } cases[] = {
+      {ctl + " Chi2:@ Rp:@ Rwp:@ Rexp:@\nNormal end\nCPU Time: 1\n",
+       {&ScriptRow::chi2, &ScriptRow::rp, &ScriptRow::rwp, &ScriptRow::rexp}},
+      {ctl + "RF2 -factor :@ RF2w-factor :@ RF-factor :@\nNormal end\nCPU Time: 1\n",
+       {&ScriptRow::rf2, &ScriptRow::rf2w, &ScriptRow::rf}},
+      {"=> Sol#: 1 RF2=@\nCPU Time: 2\n=> PCR  File  : s\n", {&ScriptRow::rf2}},
+      {ctl + "Rp: 1" + std::string(245, '.') + "Chi2:@ Chi2: 5\nNormal end\nCPU Time: 1\n",
+       {&ScriptRow::chi2}},
+      {ctl + "Chi2: 9 Rp: 9\nChi2:@ Rp: 1\nNormal end\nChi2: 8 Rp: 8\n", {&ScriptRow::chi2}},
+      {ctl + "Normal end\nChi2: 8 Rp: 8\r\nRF2 -factor :@\r\n", {&ScriptRow::rf2}},
+  };
+  for (const auto& c : cases) {
+    for (const std::string blanks : {"", " ", "    "}) {
+      for (const std::string figure : {"7.25", "37.25", "137.25", "1037.25"}) {
+        std::string log = c.log;
+        for (std::size_t at; (at = log.find('@')) != std::string::npos;) {
+          log.replace(at, 1, blanks + figure);
+        }
+        MemoryLog memory(log, LogText::kMinWindow);
+        const ScriptRow row = RowOfScan("r.log", ScanLog(memory.text));
+        for (const Field field : c.fields) EXPECT_EQ(row.*field, std::stod(figure)) << log;
+      }
     }
   }
 }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "recio/memory_log.h"
 #include "report/unpack_for_tests.h"
 
 namespace tabrun {
@@ -21,6 +22,12 @@ ScriptRow Row(std::string log, std::string status, std::optional<double> chi2 = 
   row.rf2 = rf2;
   row.cpu_seconds = cpu;
   return row;
+}
+
+// An annealing trial's row, as its log gives it.
+ScriptRow Trial(const std::string& rf2) {
+  MemoryLog log(" => Sol#: 1 RF2=" + rf2 + "\n => CPU Time: 1\n => PCR  File  : sa\n");
+  return RowOfScan("sa_" + rf2 + ".log", ScanLog(log.text));
 }
 
 std::string PageOf(const std::vector<ScriptRow>& rows,
@@ -98,6 +105,9 @@ TEST(HtmlReportTest, HeaderLines) {
        "<p id=\"best\">Best chi2 4: <code>b</code>.</p>"},
       {{Row("a", "ok", {}, 3, 1), Row("b", "ok", {}, 2)}, dot, 0,
        "<p id=\"best\">Best rf2 2: <code>b</code>.</p>"},
+      // RF2=103.225 is 103.225, not the " 03.225" of the summary's columns.
+      {{Trial("103.225"), Trial("9.4312")}, dot, 0,
+       "<p id=\"best\">Best rf2 9.4312: <code>sa_9.4312.log</code>.</p>"},
       {{Row("a", "ok", {}, {}, 1e-7), Row("<x>", "ok", {}, {}, -0.0)}, dot, 0,
        "<p id=\"best\">Best cpu_seconds -0: <code>&lt;x&gt;</code>.</p>"},
       {{}, eleven, -1,

@@ -1,9 +1,10 @@
 # Makes the header that carries the report page's script and style into the program:
-#   cmake -DScript=report.js -DStyle=report.css -DOUT=page_assets.h -P EmbedPage.cmake
-# Each file becomes a raw string literal as it is, byte for byte, beside the base64 SHA-256 of
-# its bytes that the page's Content-Security-Policy names, so that the browser runs that script
-# and applies that style and nothing else. A file that could end its element early or clash
-# with the literal's delimiter stops the build.
+#   cmake -DScript="chart.js;report.js" -DStyle=report.css -DOUT=page_assets.h -P EmbedPage.cmake
+# The script files, joined in the order given, make the page's one script; the style is one
+# file. Each becomes a raw string literal as it is, byte for byte, beside the base64 SHA-256 of
+# those bytes that the page's Content-Security-Policy names, so that the browser runs that
+# script and applies that style and nothing else. A file that could end its element early or
+# clash with the literal's delimiter stops the build.
 
 set(alphabet "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/")
 
@@ -36,16 +37,20 @@ endfunction()
 
 set(body "")
 foreach(asset Script Style)
-  file(READ "${${asset}}" text)
-  file(SHA256 "${${asset}}" digest)
-  hex_to_base64("${digest}" hash)
-  string(TOLOWER "${text}" lower)
-  foreach(bad "</script" "</style" "<!--" ")page\"")
-    string(FIND "${lower}" "${bad}" found)
-    if(NOT found EQUAL -1)
-      message(FATAL_ERROR "${${asset}} holds \"${bad}\", which the page cannot carry")
-    endif()
+  set(text "")
+  foreach(file IN LISTS ${asset})
+    file(READ "${file}" part)
+    string(TOLOWER "${part}" lower)
+    foreach(bad "</script" "</style" "<!--" ")page\"")
+      string(FIND "${lower}" "${bad}" found)
+      if(NOT found EQUAL -1)
+        message(FATAL_ERROR "${file} holds \"${bad}\", which the page cannot carry")
+      endif()
+    endforeach()
+    string(APPEND text "${part}")
   endforeach()
+  string(SHA256 digest "${text}")
+  hex_to_base64("${digest}" hash)
   string(APPEND body
          "inline constexpr std::string_view kPage${asset} = R\"page(${text})page\";\n"
          "inline constexpr std::string_view kPage${asset}Sha256 = \"${hash}\";\n")

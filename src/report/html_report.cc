@@ -29,24 +29,32 @@ constexpr std::optional<double> ScriptRow::*kBestFields[] = {&ScriptRow::chi2, &
 
 // The chart and the table; the page's script fills them and shows them.
 constexpr std::string_view kViews = R"(<main>
-<section id="view" hidden>
+<noscript><p>The chart and the table of all runs need scripts; the failed runs below do not.</p>
+</noscript>
+<section id="runs" hidden>
 <h2>Runs</h2>
 <div class="bar">
 <label>Figure <select id="figure"></select></label>
+<label>View <select id="view"><option value="series">by run</option>
+<option value="rank">rank plot</option><option value="hist">histogram</option></select></label>
 <label>x axis <select id="x"><option value="pos">row position</option>
-<option value="num">last number in the log name</option></select></label>
+<option value="num">number in the log name</option></select></label>
 <label>y axis <select id="y"><option value="lin">linear</option>
 <option value="log">logarithmic</option></select></label>
+<button type="button" id="zoom-reset" disabled>Reset zoom</button>
 <button type="button" id="png">Save chart as PNG</button>
 </div>
-<div id="plot"><canvas id="chart" tabindex="0"
-aria-label="One point per run: arrow keys go from point to point, Enter shows its row"></canvas>
+<p id="summary"></p>
+<div id="plot"><canvas id="chart" tabindex="0" aria-label="The chosen figure of the runs: arrow
+keys go from point to point, Enter shows its row, + and - zoom, Shift and an arrow key pan,
+dragging zooms to a range"></canvas>
 <div id="tip" role="status" hidden></div></div>
 <p id="thin"></p>
 <div class="bar">
 <label>Log name contains <input type="search" id="q" spellcheck="false"></label>
 <button type="button" id="csv">Save rows as CSV</button>
 </div>
+<p id="narrow">Narrow window: only the log name, status and chosen figure show.</p>
 <div class="scroll"><table id="rows"><thead><tr></tr></thead><tbody></tbody></table></div>
 <div class="bar" id="pager"><button type="button" id="first">First</button>
 <button type="button" id="prev">Previous</button><button type="button" id="next">Next</button>
@@ -61,6 +69,13 @@ std::string Fixed(double value, int decimals) {
   const auto result =
       std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
   return std::string(text, result.ptr);
+}
+
+// A count with a comma between groups of three digits, as "200,000".
+std::string Grouped(std::uint64_t count) {
+  std::string digits = std::to_string(count);
+  for (std::size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
+  return digits;
 }
 
 std::string Html(std::string_view text) {
@@ -182,27 +197,20 @@ void HtmlReport::AddFailure(const ScriptRow& row, const Cells& cells) {
   const bool listed = ++failures_ <= kListedFailures;
   // The tail as the page holds it: HTML text in a listed failure, a JSON string otherwise;
   // none is made once the budget is spent.
-  const bool wanted = cells.has_tail() && !tail_cut_;
+  const bool wanted = cells.has_tail() && tails_left_out_ == 0;
   std::string text;
-  if (wanted) {
-    if (listed) {
-      AppendHtmlText(cells.tail, &text);
-    } else {
-      text = (any_tail_kept_ ? "," : "") + std::to_string(rows_) + "," + cells.tail_json;
-    }
-  }
+  if (wanted) text = listed ? Html(cells.tail) : cells.tail_json;
   const bool kept = wanted && tail_bytes_ + text.size() <= kTailBudget;
-  if (kept) {
-    tail_bytes_ += text.size();
-  } else if (cells.has_tail()) {
-    if (!tail_cut_) tail_cut_ = rows_;
+  if (kept) tail_bytes_ += text.size();
+  if (cells.has_tail() && !kept) {
     ++tails_left_out_;
+    text = "null";  // the page tells a log whose end is left out from an empty one
   }
-  if (!listed) {
-    if (kept) tails_.Append(text);
-    any_tail_kept_ = any_tail_kept_ || kept;
-    return;
+  if (!text.empty() && (!listed || !kept)) {  // a listed failure shows its kept tail itself
+    tails_.Append((any_tail_ ? "," : "") + std::to_string(rows_) + "," + text);
+    any_tail_ = true;
   }
+  if (!listed) return;
   listed_ += "<details><summary><b>" + row.status + "</b> <code>" + Html(row.log) + "</code>";
   if (!row.error.empty()) listed_ += ": " + Html(row.error);
   listed_ += "</summary>";
@@ -221,10 +229,12 @@ std::string HtmlReport::Header() const {
   if (paths_.size() > kNamedPaths)
     html += " and " + std::to_string(paths_.size() - kNamedPaths) + " more";
   html += ", made " + TimeText(made_at_) + " by tabrun " TABRUN_VERSION ".</p>\n";
-  html += "<p id=\"counts\">" + std::to_string(rows_) + (rows_ == 1 ? " log:" : " logs:");
+  html += "<p id=\"counts\">" + Grouped(rows_) + (rows_ == 1 ? " log:" : " logs:");
   for (std::size_t s = 0; s < counts_.size(); ++s) {
-    html += " <button type=\"button\" data-status=\"" + std::string(kStatusNames[s]) + "\">" +
-            kStatusNames[s] + " <b>" + std::to_string(counts_[s]) + "</b>";
+    // A status no run has filters nothing in: its button cannot be pressed.
+    html += std::string(" <button type=\"button\"") + (counts_[s] == 0 ? " disabled" : "") +
+            " data-status=\"" + kStatusNames[s] + "\">" + kStatusNames[s] + " <b>" +
+            Grouped(counts_[s]) + "</b>";
     if (rows_ != 0) html += " " + Fixed(100.0 * counts_[s] / rows_, 1) + " %";
     html += "</button>";
   }
@@ -244,15 +254,15 @@ std::string HtmlReport::Header() const {
 std::string HtmlReport::FailedRuns() const {
   std::string html = "<section id=\"failed\">\n<h2>Failed runs</h2>\n<p>";
   if (failures_ == 0) return html + "No run failed.</p>\n</section>\n</main>\n";
-  html += std::to_string(failures_) + (failures_ == 1 ? " run" : " runs") +
+  html += Grouped(failures_) + (failures_ == 1 ? " run" : " runs") +
           " did not end with status ok. Open one to see the last records of its log.</p>\n" +
           listed_;
   if (failures_ > kListedFailures) {
-    html += "<p>" + std::to_string(failures_ - kListedFailures) +
+    html += "<p>" + Grouped(failures_ - kListedFailures) +
             " more in the table: select one there to see the end of its log.</p>\n";
   }
   if (tails_left_out_ != 0) {
-    html += "<p>The ends of " + std::to_string(tails_left_out_) +
+    html += "<p>The ends of " + Grouped(tails_left_out_) +
             " failed logs are left out: the page holds at most 3 MB of them.</p>\n";
   }
   return html + "</section>\n</main>\n";
@@ -261,7 +271,7 @@ std::string HtmlReport::FailedRuns() const {
 void HtmlReport::WriteData(const PageSink& sink) {
   constexpr const char* kTypeNames[] = {"code", "number", "text"};
   sink("<script type=\"application/json\" id=\"data\">{\"rows\":" + std::to_string(rows_) +
-       ",\"tail_cut\":" + (tail_cut_ ? std::to_string(*tail_cut_) : "null") + ",\"columns\":[");
+       ",\"columns\":[");
   for (std::size_t i = 0; i < kColumns; ++i) {
     std::string head = i == 0 ? "{\"name\":" : ",{\"name\":";
     AppendJsonString(kColumnNames[i], &head);

@@ -83,12 +83,13 @@ class HtmlReport {
   double cpu_total_ = 0;
   std::array<Best, 3> best_;  // of chi2, rf2 and cpu_seconds
   std::array<PackedText, kColumns> columns_;
-  PackedText tails_;    // [row, "tail", ...] for failures not listed
+  // [row, "tail" or null, ...]: the tails of the failures not listed, and null for each
+  // failure whose tail is left out, listed or not.
+  PackedText tails_;
   std::string listed_;  // the HTML of the listed failures
   std::uint64_t failures_ = 0;
   std::uint64_t tail_bytes_ = 0;
-  bool any_tail_kept_ = false;             // in tails_
-  std::optional<std::uint64_t> tail_cut_;  // the first row whose tail did not fit
+  bool any_tail_ = false;  // in tails_
   std::uint64_t tails_left_out_ = 0;
 };
 

@@ -72,13 +72,13 @@ TEST(HtmlReportTest, Header) {
             ".</p>\n"
             "<p id=\"counts\">3 logs:"
             " <button type=\"button\" data-status=\"ok\">ok <b>2</b> 66.7 %</button>"
-            " <button type=\"button\" data-status=\"no_cpu\">no_cpu <b>0</b> 0.0 %</button>"
+            " <button type=\"button\" disabled data-status=\"no_cpu\">no_cpu <b>0</b> 0.0 %</button>"
             " <button type=\"button\" data-status=\"bad_end\">bad_end <b>1</b> 33.3 %</button>"
-            " <button type=\"button\" data-status=\"no_control_file\">no_control_file <b>0</b> "
+            " <button type=\"button\" disabled data-status=\"no_control_file\">no_control_file <b>0</b> "
             "0.0 %</button>"
-            " <button type=\"button\" data-status=\"bad_cpu_value\">bad_cpu_value <b>0</b> "
+            " <button type=\"button\" disabled data-status=\"bad_cpu_value\">bad_cpu_value <b>0</b> "
             "0.0 %</button>"
-            " <button type=\"button\" data-status=\"unreadable\">unreadable <b>0</b> "
+            " <button type=\"button\" disabled data-status=\"unreadable\">unreadable <b>0</b> "
             "0.0 %</button></p>\n"
             "<p>Total CPU time 10.500 s = 0.003 h.</p>\n"
             "<p id=\"best\">Best chi2 1.5: <code>runs/b.log</code>.</p>\n</header>");
@@ -98,7 +98,10 @@ TEST(HtmlReportTest, HeaderLines) {
     std::string line;
   } cases[] = {
       {{}, dot, 0, "<p id=\"best\">No run has a chi2, rf2 or cpu_seconds.</p>"},
-      {{}, dot, 0, count + "0 logs:" + ok + "0</b></button>"},
+      {{}, dot, 0,
+       count + "0 logs: <button type=\"button\" disabled data-status=\"ok\">ok <b>0</b></button>"},
+      {std::vector(1000, Row("a", "ok")), dot, 0,
+       count + "1,000 logs:" + ok + "1,000</b> 100.0 %"},
       {{Row("a", "ok")}, dot, 0, count + "1 log:" + ok + "1</b> 100.0 %</button>"},
       // chi2 before rf2 before cpu_seconds; on a tie the first log.
       {{Row("a", "ok", {}, 3, 1), Row("b", "ok", 4, {}, 1), Row("c", "ok", 4)}, dot, 0,
@@ -162,7 +165,7 @@ TEST(HtmlReportTest, FailuresPastTheListedOnes) {
 }
 
 // Tails fill the budget as the page writes them; the first that does not fit and every one
-// after it are left out and counted.
+// after it are left out, counted, and marked null among the rows' tails, unlike an empty log.
 TEST(HtmlReportTest, TailBudget) {
   for (const std::uint64_t size : {HtmlReport::kTailBudget, HtmlReport::kTailBudget + 1}) {
     SCOPED_TRACE(size);
@@ -170,14 +173,15 @@ TEST(HtmlReportTest, TailBudget) {
     std::vector<ScriptRow> rows(HtmlReport::kListedFailures + 3, Row("f.log", "bad_end"));
     std::vector<std::vector<std::string>> tails(rows.size(), {"t"});
     tails[0] = {std::string(size, 'x')};
-    tails[2] = {};  // an empty log: nothing to leave out
+    tails[2] = tails[101] = {};  // empty logs: nothing to leave out
     const std::string page = PageOf(rows, tails);
     EXPECT_EQ(page.find("<pre id=\"tail-0\">") != std::string::npos, fits);
     EXPECT_NE(page.find("<p>The end of this log is left out.</p>"), std::string::npos);
-    EXPECT_NE(page.find("<p>The ends of " + std::to_string(fits ? 101 : 102) + " failed logs"),
+    EXPECT_NE(page.find("<p>The ends of " + std::to_string(fits ? 100 : 101) + " failed logs"),
               std::string::npos);
-    EXPECT_NE(page.find(fits ? "\"tail_cut\":1," : "\"tail_cut\":0,"), std::string::npos);
-    EXPECT_EQ(Tails(page), "[]");
+    const std::string left_out = Tails(page);
+    EXPECT_EQ(left_out.substr(0, 15), fits ? "[1,null,3,null," : "[0,null,1,null,");
+    EXPECT_EQ(left_out.substr(left_out.size() - 27), ",99,null,100,null,102,null]");
   }
 }
 

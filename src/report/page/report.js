@@ -1,30 +1,35 @@
 // The script of the page that tabrun --html writes. It unpacks the rows that the page carries
-// column by column, draws one figure per run on the canvas, fills a paged table, shows the end
-// of a failed log on demand and keeps the view in the URL's fragment. Text from the batch is only
-// ever set as text (textContent), never as markup.
+// column by column, draws the chosen figure of the runs on the canvas (by run, as a rank plot or
+// as a histogram), sums it up, fills a paged table, shows the end of a failed log on demand and
+// keeps the view in the URL's fragment. Text from the batch is only ever set as text
+// (textContent), never as markup. The pure functions are PageMath's, in chart.js before it.
 'use strict';
 
 (() => {
   const $ = (id) => document.getElementById(id);
+  const M = PageMath;
   const PAGE_ROWS = 40;  // the table's rows: with the listed failures, under 1,500 elements
   const FIRST_FIGURES = ['chi2', 'rf2', 'cpu_seconds'];  // the default: the first any run has
   const HIT = 12;  // how near, in pixels, the pointer must be to a mark
+  const group = (count) => count.toLocaleString('en-US');  // 200,000
 
   let n = 0;       // rows
   let cols = [];   // {name, type: 'text' | 'number' | 'code', data, values}
   const col = {};  // the same by name
-  let tails = new Map();
-  let tailCut = null;
-  let defaultFigure = 'cpu_seconds';
-  const state = {figure: '', x: 'pos', y: 'lin', sort: '', desc: false, statuses: new Set(), q: ''};
+  let tails = new Map();  // row -> the end of its log, or null when it is left out of the page
+  let figures = [];       // the number columns some run has, but the number in the log name
+  let statusNames = [];   // the statuses some run has
+  let defaults = {};
+  let state = {};
   let shown = new Uint32Array(0);  // the rows that pass the filters, in row order
   let view = shown;                // the same, sorted
   let page = 0;
   let selected = -1;
   let best = -1;        // the row with the lowest value of the figure
-  let series = null;    // what the chart shows, in x order
+  let series = null;    // what the chart shows: {rows, x, y} in x order, or a histogram
   let marks = [];       // what the chart drew, for the pointer and the keys: {x, y, k}
   let focused = -1;     // the mark the keys are on
+  let frame = null;     // the last drawing's plot: {left, plotW, x0, x1}
 
   // ---- Rows
 
@@ -52,7 +57,7 @@
     if (c.type === 'text') return {...c, data: await unpackJson(c.data)};
     const list = decoder.decode(await unpack(c.data)).split(',');
     const values = new Float64Array(rows);
-    for (let i = 0; i < rows; i++) values[i] = list[i] === '' ? NaN : Number(list[i]);
+    for (let i = 0; i < rows; i++) values[i] = M.parseNumber(list[i]);
     return {...c, data: values};
   }
 
@@ -76,6 +81,7 @@
     }
     return fixed.length <= sci.length ? fixed : sci;
   }
+  const shortText = (v) => String(Number(v.toPrecision(6)));
 
   function cellText(c, row) {
     if (c.type === 'number') return numberText(c.data[row]);
@@ -87,18 +93,19 @@
   function tailOf(row) {
     const listed = $(`tail-${row}`);
     if (listed) return listed.textContent;
-    return tails.has(row) ? tails.get(row) : null;
+    return tails.get(row) ?? null;
   }
 
   let lowerNames = null;
   function filterRows() {
     const status = col.status.data;
+    const codes = new Set(state.statuses.map((s) => col.status.values.indexOf(s)));
     const q = state.q.toLowerCase();
     if (q && !lowerNames) lowerNames = col.log.data.map((s) => s.toLowerCase());
     const out = new Uint32Array(n);
     let k = 0;
     for (let r = 0; r < n; r++) {
-      if (state.statuses.size && !state.statuses.has(status[r])) continue;
+      if (codes.size && !codes.has(status[r])) continue;
       if (q && !lowerNames[r].includes(q)) continue;
       out[k++] = r;
     }
@@ -106,24 +113,16 @@
   }
 
   // A number per row that sorts as the column's cells do, NaN for an empty cell: the number
-  // itself, or the place of the text (or code name) among the column's texts; made once.
+  // itself, or the place of the text (or code name) among the column's texts in natural order;
+  // made once.
   function sortKey(c) {
     if (c.type === 'number' || c.key) return c.key || c.data;
     if (c.type === 'code') {
-      const names = c.values.filter((v) => v).sort();
-      const place = c.values.map((v) => (v ? names.indexOf(v) : NaN));
+      const place = M.naturalPlaces(c.values);
       c.key = Float64Array.from(c.data, (code) => place[code]);
-      return c.key;
+    } else {
+      c.key = M.naturalPlaces(c.data);
     }
-    const text = c.data;
-    const order = Uint32Array.from(text.keys());
-    order.sort((a, b) => (text[a] < text[b] ? -1 : text[a] > text[b] ? 1 : 0));
-    c.key = new Float64Array(n);
-    let place = 0;
-    order.forEach((r, i) => {
-      if (i > 0 && text[r] !== text[order[i - 1]]) place++;
-      c.key[r] = text[r] === '' ? NaN : place;
-    });
     return c.key;
   }
 
@@ -144,26 +143,19 @@
 
   const canvas = $('chart');
   const tip = $('tip');
-  let lastNumbers = null;
-
-  // The last number in each log name, so that T5K, T10K and T100K stand at 5, 10 and 100.
-  function lastNumberOf(row) {
-    if (!lastNumbers) {
-      lastNumbers = Float64Array.from(col.log.data, (name) => {
-        const m = /(\d+(?:\.\d+)?)\D*$/.exec(name);
-        return m ? Number(m[1]) : NaN;
-      });
-    }
-    return lastNumbers[row];
-  }
+  const nameNumber = (row) => col.name_number.data[row];
+  const valueOf = (row) => {
+    const v = col[state.figure].data[row];
+    return state.y === 'log' ? (v > 0 ? Math.log10(v) : NaN) : v;
+  };
 
   function findBest() {
     const v = col[state.figure].data;
     best = -1;
-    for (let r = 0; r < n; r++) if (v[r] < (best < 0 ? Infinity : v[best])) best = r;
+    for (const r of shown) if (v[r] < (best < 0 ? Infinity : v[best])) best = r;
     const line = $('best');
     if (best < 0) {
-      line.textContent = `No run has a ${state.figure}.`;
+      line.textContent = `No run shown has a ${state.figure}.`;
     } else {
       const name = document.createElement('code');
       name.textContent = col.log.data[best];
@@ -171,23 +163,39 @@
     }
   }
 
-  // The shown rows that have an x, in x order, with their x and y.
+  function summarize() {
+    const s = M.summary(Float64Array.from(shown, (r) => col[state.figure].data[r]));
+    $('summary').textContent = !s ? '' :
+      `${state.figure} of ${group(s.n)} ${s.n === 1 ? 'run' : 'runs'}: best ` +
+      `${numberText(s.best)}, shared by ${group(s.ties)}; within 10 % of it ${group(s.near)} ` +
+      `(${(100 * s.near / s.n).toFixed(1)} %); median ${shortText(s.median)}, quartiles ` +
+      `${shortText(s.q1)} to ${shortText(s.q3)}.`;
+  }
+
+  // What the view shows of the shown rows. By run: the rows that have an x, in x order, with
+  // their x and y. Rank plot: the rows that have a y, best first, x their rank. Histogram: the
+  // bins of the y values within the zoom.
   function buildSeries() {
-    const v = col[state.figure].data;
-    const byName = state.x === 'num';
-    let rows = shown;
-    if (byName) {
-      rows = shown.filter((r) => !Number.isNaN(lastNumberOf(r)));
-      rows.sort((a, b) => lastNumberOf(a) - lastNumberOf(b) || a - b);
+    if (state.view === 'series') {
+      const byName = state.x === 'num';
+      let rows = shown;
+      if (byName) {
+        rows = shown.filter((r) => !Number.isNaN(nameNumber(r)));
+        rows.sort((a, b) => nameNumber(a) - nameNumber(b) || a - b);
+      }
+      return {rows, x: Float64Array.from(rows, (r) => (byName ? nameNumber(r) : r + 1)),
+        y: Float64Array.from(rows, valueOf)};
     }
-    const x = new Float64Array(rows.length);
-    const y = new Float64Array(rows.length);
-    for (let k = 0; k < rows.length; k++) {
-      const r = rows[k];
-      x[k] = byName ? lastNumberOf(r) : r + 1;
-      y[k] = state.y === 'log' ? (v[r] > 0 ? Math.log10(v[r]) : NaN) : v[r];
+    const all = Float64Array.from(shown, valueOf);
+    const rows = shown.filter((r, i) => !Number.isNaN(all[i]));
+    const y = Float64Array.from(rows, valueOf);
+    if (state.view === 'hist') {
+      const [lo, hi] = state.zoom || range(y);
+      return {rows, y, hist: M.histogram(y, lo, hi)};
     }
-    return {rows, x, y};
+    const order = Uint32Array.from(rows.keys()).sort((a, b) => y[a] - y[b] || rows[a] - rows[b]);
+    return {rows: Uint32Array.from(order, (i) => rows[i]), x: Float64Array.from(order, (i, k) => k + 1),
+      y: Float64Array.from(order, (i) => y[i])};
   }
 
   function range(values) {
@@ -197,34 +205,32 @@
       if (v < lo) lo = v;
       if (v > hi) hi = v;
     }
-    if (lo > hi) return [0, 1];
-    return lo === hi ? [lo - 1, hi + 1] : [lo, hi];
+    return lo > hi ? [0, 1] : [lo, hi];
   }
 
-  function ticks(lo, hi, count, integer) {
-    const raw = (hi - lo) / count;
-    const power = 10 ** Math.floor(Math.log10(raw));
-    let step = [1, 2, 5, 10].map((m) => m * power).find((s) => s >= raw);
-    if (integer) step = Math.max(1, step);
-    const out = [];
-    for (let t = Math.ceil(lo / step) * step; t <= hi + step * 1e-9; t += step) {
-      out.push(Number(t.toPrecision(12)));
-    }
-    return out;
+  // The axis ticks of [lo, hi], as positions on the axis and texts; `log`: the positions are
+  // log10 of the values.
+  function axisTicks(lo, hi, count, log, integer) {
+    if (!log) return M.ticks(lo, hi, count, integer).map((t) => [t, M.tickLabel(t)]);
+    return M.logTicks(10 ** lo, 10 ** hi, count).map((t) => [Math.log10(t), M.tickLabel(t)]);
   }
 
-  const label = (v) => String(Number(v.toPrecision(6)));
-  const COLOURS =
-    {line: '#8fb3dd', point: '#1f5fa8', fail: '#b42318', best: '#1a7f37', axis: '#57606a'};
+  // The chart's colours, from the page's style: they follow the light or dark scheme.
+  function colours() {
+    const style = getComputedStyle(document.documentElement);
+    const get = (name) => style.getPropertyValue(`--${name}`).trim();
+    return {bg: get('bg'), fg: get('fg'), grid: get('line'), axis: get('muted'), line: get('mark-line'),
+      point: get('accent'), fail: get('fail'), best: get('best')};
+  }
 
-  function triangle(ctx, x, y) {
+  const triangle = (ctx, x, y) => {
     ctx.beginPath();
     ctx.moveTo(x, y - 5);
     ctx.lineTo(x + 5, y + 4);
     ctx.lineTo(x - 5, y + 4);
     ctx.closePath();
     ctx.fill();
-  }
+  };
 
   function ring(ctx, x, y, r, colour, width) {
     ctx.strokeStyle = colour;
@@ -232,6 +238,20 @@
     ctx.beginPath();
     ctx.arc(x, y, r, 0, 2 * Math.PI);
     ctx.stroke();
+  }
+
+  // The legend, right-aligned along the top: what each kind of mark means.
+  function legend(ctx, c, right) {
+    const items = [];
+    if (state.view === 'series') items.push(['\u25B2 failed run', c.fail]);
+    items.push(['\u25EF best', c.best]);
+    if (selected >= 0) items.push([`\u25EF selected: ${col.log.data[selected]}`.slice(0, 60), c.fg]);
+    ctx.textAlign = 'right';
+    for (const [text, colour] of items.reverse()) {
+      ctx.fillStyle = colour;
+      ctx.fillText(text, right, 4);
+      right -= ctx.measureText(text).width + 16;
+    }
   }
 
   function draw() {
@@ -242,117 +262,202 @@
     canvas.width = Math.round(width * ratio);
     canvas.height = Math.round(height * ratio);
     const ctx = canvas.getContext('2d');
+    const c = colours();
     ctx.setTransform(ratio, 0, 0, ratio, 0, 0);
-    ctx.fillStyle = '#fff';
+    ctx.fillStyle = c.bg;
     ctx.fillRect(0, 0, width, height);
-    const left = 70;
+    const left = 64;
     const top = 22;
-    const plotW = Math.max(10, width - left - 24);
-    const plotH = Math.max(10, height - top - 58);
+    const plotW = Math.max(10, Math.floor(width - left - 24));
+    const plotH = Math.max(10, Math.floor(height - top - 58));
     const band = top + plotH + 12;  // where the failed runs are marked
+    const hist = state.view === 'hist';
+    const log = state.y === 'log';
     const {rows, x, y} = series;
-    const [x0, x1] = range(x);
-    let [y0, y1] = range(y.filter((v) => !Number.isNaN(v)));
-    const pad = (y1 - y0) * 0.05;
-    y0 -= pad;
-    y1 += pad;
-    const px = (v) => left + ((v - x0) / (x1 - x0)) * plotW;
-    const py = (v) => top + (1 - (v - y0) / (y1 - y0)) * plotH;
+    let x0;
+    let x1;
+    let y0;
+    let y1;
+    if (hist) {
+      [x0, x1] = [series.hist.lo, series.hist.hi];
+      [y0, y1] = [0, Math.max(1, ...series.hist.counts) * 1.05];
+    } else {
+      [x0, x1] = state.zoom || range(x);
+      [y0, y1] = range(y.filter((v, k) => !Number.isNaN(v) && x[k] >= x0 && x[k] <= x1));
+      const pad = (y1 / 2 - y0 / 2) * 0.1 || Math.abs(y0) * 0.1 || 1;
+      [y0, y1] = [Math.max(y0 - pad, -Number.MAX_VALUE), Math.min(y1 + pad, Number.MAX_VALUE)];
+    }
+    if (!(x1 > x0)) [x0, x1] = [x0 - (Math.abs(x0) * 0.1 || 1), x1 + (Math.abs(x1) * 0.1 || 1)];
+    // Halved before the difference, which can overflow.
+    const px = (v) => left + ((v / 2 - x0 / 2) / (x1 / 2 - x0 / 2)) * plotW;
+    const py = (v) => top + (1 - (v / 2 - y0 / 2) / (y1 / 2 - y0 / 2)) * plotH;
+    frame = {left, plotW, x0, x1};
 
     ctx.font = '12px system-ui, sans-serif';
-    ctx.fillStyle = COLOURS.axis;
-    ctx.strokeStyle = '#d0d7de';
+    ctx.fillStyle = c.axis;
+    ctx.strokeStyle = c.grid;
     ctx.lineWidth = 1;
     ctx.textAlign = 'right';
     ctx.textBaseline = 'middle';
-    for (const t of ticks(y0, y1, 6)) {
+    for (const [t, text] of axisTicks(y0, y1, 6, log && !hist, hist)) {
       ctx.beginPath();
       ctx.moveTo(left, Math.round(py(t)) + 0.5);
       ctx.lineTo(left + plotW, Math.round(py(t)) + 0.5);
       ctx.stroke();
-      ctx.fillText(label(state.y === 'log' ? 10 ** t : t), left - 6, py(t));
+      ctx.fillText(text, left - 6, py(t));
     }
     ctx.textAlign = 'center';
     ctx.textBaseline = 'top';
-    for (const t of ticks(x0, x1, Math.max(2, Math.floor(plotW / 90)), state.x === 'pos')) {
-      ctx.fillText(label(t), px(t), band + 10);
+    const integerX = state.view === 'rank' || (state.view === 'series' && state.x === 'pos');
+    for (const [t, text] of axisTicks(x0, x1, Math.max(2, Math.floor(plotW / 90)), log && hist,
+      integerX)) {
+      ctx.fillText(text, px(t), band + 10);
     }
-    const xName = state.x === 'num' ? 'last number in the log name' : 'row';
+    const scale = log ? ' (log scale)' : '';
+    const xName = {series: state.x === 'num' ? 'number in the log name' : 'row',
+      rank: 'rank, best first', hist: state.figure + scale}[state.view];
     ctx.fillText(xName, left + plotW / 2, band + 26);
     ctx.textAlign = 'left';
-    ctx.fillText(`${state.figure}${state.y === 'log' ? ' (log scale)' : ''}`, left, 4);
-    ctx.textAlign = 'right';
-    ctx.fillStyle = COLOURS.fail;
-    ctx.fillText('\u25B2 failed run', left + plotW, 4);
-    ctx.fillStyle = COLOURS.best;
-    ctx.fillText('\u25EF best', left + plotW - ctx.measureText('\u25B2 failed run').width - 16, 4);
+    ctx.fillText(hist ? 'runs' : state.figure + scale, left, 4);
+    legend(ctx, c, left + plotW);
 
-    const failed = (k) => col.status.data[rows[k]] !== 0;
     marks = [];
-    // More runs than pixel columns: each column shows the lowest and the highest of its values.
-    const thinned = rows.length > plotW;
-    if (!thinned) {
-      ctx.strokeStyle = COLOURS.line;
+    let note = '';
+    if (hist) {
+      note = drawHistogram(ctx, c, px, py, top + plotH);
+    } else {
+      note = drawRuns(ctx, c, px, py, {left, plotW, plotH, top, band});
+      // The rings of the best run and the selected one, where they are in view.
+      for (const [row, colour, r] of [[best, c.best, 7], [selected, c.fg, 9]]) {
+        const k = row < 0 ? -1 : rows.indexOf(row);
+        if (k < 0 || x[k] < x0 || x[k] > x1) continue;
+        if (!Number.isNaN(y[k])) ring(ctx, px(x[k]), py(y[k]), r, colour, 2);
+        else if (statusOf(row) !== 'ok' && r === 9) ring(ctx, px(x[k]), band, r, colour, 2);
+      }
+    }
+    $('thin').textContent = note;
+    if (focused >= marks.length) focused = -1;
+    if (focused >= 0) ring(ctx, marks[focused].x, marks[focused].y, 12, c.point, 1);
+  }
+
+  // The runs by run or by rank: a line and points while they fit, else the count of runs in
+  // each pixel, shaded; failed runs as triangles along the bottom.
+  function drawRuns(ctx, c, px, py, {left, plotW, plotH, top, band}) {
+    const {rows, x, y} = series;
+    const [x0, x1] = [frame.x0, frame.x1];
+    let from = 0;
+    while (from < x.length && x[from] < x0) from++;
+    let to = from;
+    while (to < x.length && x[to] <= x1) to++;
+    const failed = (k) => col.status.data[rows[k]] !== 0;
+    const bottom = state.view === 'series';
+    if (to - from <= plotW) {
+      ctx.strokeStyle = c.line;
       ctx.lineWidth = 1.5;
       ctx.beginPath();
-      for (let k = 0; k < rows.length; k++) {
+      for (let k = from; k < to; k++) {
         if (Number.isNaN(y[k])) continue;
-        if (k > 0 && !Number.isNaN(y[k - 1])) ctx.lineTo(px(x[k]), py(y[k]));
+        if (k > from && !Number.isNaN(y[k - 1])) ctx.lineTo(px(x[k]), py(y[k]));
         else ctx.moveTo(px(x[k]), py(y[k]));
       }
       ctx.stroke();
-      for (let k = 0; k < rows.length; k++) {
+      for (let k = from; k < to; k++) {
         if (!Number.isNaN(y[k])) marks.push({x: px(x[k]), y: py(y[k]), k});
-        if (failed(k)) marks.push({x: px(x[k]), y: band, k});
+        if (bottom && failed(k)) marks.push({x: px(x[k]), y: band, k, fail: true});
       }
-    } else {
-      const low = new Int32Array(plotW + 1).fill(-1);
-      const high = new Int32Array(plotW + 1).fill(-1);
-      const fail = new Int32Array(plotW + 1).fill(-1);
-      for (let k = 0; k < rows.length; k++) {
-        const c = Math.round(px(x[k]) - left);
-        if (failed(k) && fail[c] < 0) fail[c] = k;
-        if (Number.isNaN(y[k])) continue;
-        if (low[c] < 0 || y[k] < y[low[c]]) low[c] = k;
-        if (high[c] < 0 || y[k] > y[high[c]]) high[c] = k;
+      for (const m of marks) {
+        ctx.fillStyle = m.fail ? c.fail : c.point;
+        if (m.fail) triangle(ctx, m.x, m.y);
+        else ctx.fillRect(m.x - 2.5, m.y - 2.5, 5, 5);
       }
-      ctx.strokeStyle = COLOURS.line;
-      ctx.lineWidth = 1;
-      for (let c = 0; c <= plotW; c++) {
-        if (low[c] >= 0) {
-          ctx.beginPath();
-          ctx.moveTo(left + c + 0.5, py(y[low[c]]));
-          ctx.lineTo(left + c + 0.5, py(y[high[c]]));
-          ctx.stroke();
-          marks.push({x: left + c, y: py(y[high[c]]), k: high[c]});
-          if (low[c] !== high[c]) marks.push({x: left + c, y: py(y[low[c]]), k: low[c]});
-        }
-        if (fail[c] >= 0) marks.push({x: left + c, y: band, k: fail[c]});
+      return '';
+    }
+    // More runs than pixel columns: a pixel's shade grows with the runs in it.
+    const counts = new Uint32Array(plotW * plotH);
+    const low = new Int32Array(plotW).fill(-1);
+    const high = new Int32Array(plotW).fill(-1);
+    const fail = new Int32Array(plotW).fill(-1);
+    for (let k = from; k < to; k++) {
+      const p = Math.min(plotW - 1, Math.floor(px(x[k]) - left));
+      if (bottom && failed(k) && fail[p] < 0) fail[p] = k;
+      if (Number.isNaN(y[k])) continue;
+      const line = Math.min(plotH - 1, Math.max(0, Math.floor(py(y[k]) - top)));
+      counts[line * plotW + p]++;
+      if (low[p] < 0 || y[k] < y[low[p]]) low[p] = k;
+      if (high[p] < 0 || y[k] > y[high[p]]) high[p] = k;
+    }
+    const most = counts.reduce((a, b) => (a > b ? a : b), 1);
+    if (!bottom) {
+      // Ranked values rise steadily: their curve, through each column's lowest and highest.
+      ctx.strokeStyle = c.point;
+      ctx.lineWidth = 2;
+      ctx.beginPath();
+      for (let p = 0; p < plotW; p++) {
+        if (low[p] < 0) continue;
+        ctx.lineTo(left + p + 0.5, py(y[low[p]]));
+        ctx.lineTo(left + p + 0.5, py(y[high[p]]));
+      }
+      ctx.stroke();
+    }
+    const shade = document.createElement('canvas');
+    [shade.width, shade.height] = [plotW, plotH];
+    const sctx = shade.getContext('2d');
+    const image = sctx.createImageData(plotW, plotH);
+    sctx.fillStyle = c.point;
+    sctx.fillRect(0, 0, 1, 1);
+    const [r, g, b] = sctx.getImageData(0, 0, 1, 1).data;
+    // From 60 % opaque for one run, 3:1 against the background, to opaque for the most.
+    const scale = 102 / Math.log(1 + most);
+    counts.forEach((count, i) => {
+      if (!count) return;
+      image.data.set([r, g, b, 153 + Math.round(Math.log(1 + count) * scale)], i * 4);
+    });
+    sctx.putImageData(image, 0, 0);
+    ctx.imageSmoothingEnabled = false;
+    if (bottom) ctx.drawImage(shade, left, top);
+    ctx.fillStyle = c.fail;
+    for (let p = 0; p < plotW; p++) {
+      if (high[p] >= 0) marks.push({x: left + p + 0.5, y: py(y[high[p]]), k: high[p]});
+      if (low[p] >= 0 && low[p] !== high[p]) marks.push({x: left + p + 0.5, y: py(y[low[p]]), k: low[p]});
+      if (fail[p] >= 0) {
+        marks.push({x: left + p + 0.5, y: band, k: fail[p], fail: true});
+        triangle(ctx, left + p + 0.5, band);
       }
     }
-    const values = marks.filter((m) => m.y !== band).length;
-    $('thin').textContent = thinned
-      ? `${rows.length} runs in ${plotW} pixel columns: each column shows the lowest and the ` +
-        `highest ${state.figure} of its runs, ${values} points in all.`
-      : '';
-    for (const m of marks) {
-      if (m.y === band) {
-        ctx.fillStyle = COLOURS.fail;
-        triangle(ctx, m.x, m.y);
-      } else {
-        ctx.fillStyle = COLOURS.point;
-        ctx.beginPath();
-        ctx.arc(m.x, m.y, thinned ? 1.5 : 3, 0, 2 * Math.PI);
-        ctx.fill();
+    return `${group(to - from)} runs in ${plotW} pixel columns: ` + (bottom
+      ? `the darker a pixel, the more runs it holds (up to ${group(most)}); `
+      : 'the curve goes through the lowest and the highest value of each; ') +
+      'the pointer names the lowest and the highest run of each column.';
+  }
+
+  // The histogram's bars, each a mark that tells its range and count.
+  function drawHistogram(ctx, c, px, py, base) {
+    const {lo, hi, counts} = series.hist;
+    const width = (hi - lo) / counts.length;
+    const edge = (i) => (i === counts.length ? hi : lo + i * width);
+    const at = (row) => {
+      const k = series.rows.indexOf(row);
+      if (k < 0 || !(series.y[k] >= lo && series.y[k] <= hi)) return -1;
+      const bin = counts.findIndex((_, i) => series.y[k] < edge(i + 1));
+      return bin < 0 ? counts.length - 1 : bin;
+    };
+    const [bestBin, selectedBin] = [at(best), at(selected)];
+    counts.forEach((count, i) => {
+      const [a, b] = [px(edge(i)), px(edge(i + 1))];
+      ctx.fillStyle = c.point;
+      ctx.fillRect(a + 0.5, py(count), Math.max(1, b - a - 1), base - py(count));
+      for (const [bin, colour] of [[bestBin, c.best], [selectedBin, c.fg]]) {
+        if (bin !== i) continue;
+        ctx.strokeStyle = colour;
+        ctx.lineWidth = 2;
+        ctx.strokeRect(a + 1, py(count) - 1, Math.max(1, b - a - 2), base - py(count) + 1);
       }
-    }
-    for (const m of marks) {
-      const row = rows[m.k];
-      if (row === best && m.y !== band) ring(ctx, m.x, m.y, 7, COLOURS.best, 2);
-      if (row === selected) ring(ctx, m.x, m.y, 9, '#000', 2);
-    }
-    if (focused >= marks.length) focused = -1;
-    if (focused >= 0) ring(ctx, marks[focused].x, marks[focused].y, 12, '#1f5fa8', 1);
+      marks.push({x: (a + b) / 2, y: py(count), k: -1, bin: i});
+    });
+    const text = (v) => M.tickLabel(state.y === 'log' ? 10 ** v : v);
+    return `${counts.length} bins of equal width${state.y === 'log' ? ' in log10' : ''} from ` +
+      `${text(lo)} to ${text(hi)} for ${group(series.y.filter((v) => v >= lo && v <= hi).length)}` +
+      ' runs: 2 n^(1/3) bins, rounded up, at most 100.';
   }
 
   function showTip(index) {
@@ -362,14 +467,22 @@
       return;
     }
     const m = marks[index];
-    const row = series.rows[m.k];
-    const value = col[state.figure].data[row];
-    const status = statusOf(row);
-    tip.textContent = `${col.log.data[row]}\n${state.figure} ` +
-      (Number.isNaN(value) ? 'none' : numberText(value)) +
-      (status === 'ok' ? '' : `, status ${status}`);
+    if (m.bin !== undefined) {
+      const {lo, hi, counts} = series.hist;
+      const at = (i) => lo + (i * (hi - lo)) / counts.length;
+      const text = (v) => shortText(state.y === 'log' ? 10 ** v : v);
+      tip.textContent = `${group(counts[m.bin])} runs with ${state.figure} from ` +
+        `${text(at(m.bin))} to ${text(at(m.bin + 1))}`;
+    } else {
+      const row = series.rows[m.k];
+      const value = col[state.figure].data[row];
+      const status = statusOf(row);
+      tip.textContent = `${col.log.data[row]}\n${state.figure} ` +
+        (Number.isNaN(value) ? 'none' : numberText(value)) +
+        (status === 'ok' ? '' : `, status ${status}`);
+    }
     tip.hidden = false;
-    tip.style.left = `${Math.min(m.x + 10, canvas.clientWidth - tip.offsetWidth)}px`;
+    tip.style.left = `${Math.max(0, Math.min(m.x + 10, canvas.clientWidth - tip.offsetWidth))}px`;
     tip.style.top = `${m.y + 12}px`;
   }
 
@@ -385,6 +498,18 @@
     });
     return found;
   }
+
+  // Zooms the x axis to [lo, hi] of its values; null shows all.
+  function zoomTo(range) {
+    const [lo, hi] = range || [];
+    state.zoom = range && lo < hi && Number.isFinite(hi - lo)
+      ? [lo, hi].map((v) => Number(v.toPrecision(12))) : null;
+    if (state.zoom && !(state.zoom[0] < state.zoom[1])) state.zoom = [lo, hi];
+    refigure();
+  }
+
+  // The x value at a pixel of the last drawing.
+  const xAt = (pixel) => frame.x0 + ((pixel - frame.left) / frame.plotW) * (frame.x1 - frame.x0);
 
   // ---- Table
 
@@ -423,9 +548,12 @@
   }
 
   const pageCount = () => Math.max(1, Math.ceil(view.length / PAGE_ROWS));
+  // The columns a narrow window keeps: the log name, the status and the chosen figure.
+  const kept = (c) => c.name === 'log' || c.name === 'status' || c.name === state.figure;
 
   function renderTable() {
     const start = page * PAGE_ROWS;
+    heads.forEach((th, i) => th.classList.toggle('keep', kept(cols[i])));
     for (let k = 0; k < PAGE_ROWS; k++) {
       const tr = rowsBody.rows[k];
       tr.hidden = start + k >= view.length;
@@ -445,12 +573,13 @@
         if (c.type === 'text') td.title = text;
         if (c.name === 'status') td.classList.toggle('fail', text !== 'ok');
         td.classList.toggle('best', row === best && c.name === state.figure);
+        td.classList.toggle('keep', kept(c));
       });
     }
     const pages = pageCount();
     $('page').textContent = view.length
-      ? `Rows ${start + 1} to ${Math.min(start + PAGE_ROWS, view.length)} of ${view.length}, ` +
-        `page ${page + 1} of ${pages}`
+      ? `Rows ${group(start + 1)} to ${group(Math.min(start + PAGE_ROWS, view.length))} of ` +
+        `${group(view.length)}, page ${group(page + 1)} of ${group(pages)}`
       : 'No row matches.';
     $('first').disabled = $('prev').disabled = page === 0;
     $('next').disabled = $('last').disabled = page >= pages - 1;
@@ -464,10 +593,13 @@
     const error = col.error.data[selected];
     const tail = status === 'ok' ? null : tailOf(selected);
     let note = `Status ${status}${error ? `: ${error}` : ''}.`;
+    const values = figures.filter((f) => !Number.isNaN(col[f].data[selected]))
+      .map((f) => `${f} ${numberText(col[f].data[selected])}`);
+    if (values.length) note += ` ${values.join(', ')}.`;
     if (tail !== null) note += ' The last records of its log:';
     else if (status !== 'ok' && status !== 'unreadable') {
-      note += tailCut !== null && selected >= tailCut
-        ? ' The end of its log is left out of this page.' : ' Its log is empty.';
+      note += tails.has(selected) ? ' The end of its log is left out of this page.'
+        : ' Its log is empty.';
     }
     $('detail-title').textContent = col.log.data[selected];
     $('detail-note').textContent = note;
@@ -493,43 +625,23 @@
   }
 
   function readHash() {
-    const p = new URLSearchParams(location.hash.slice(1));
-    const figure = p.get('figure');
-    state.figure = col[figure]?.type === 'number' ? figure : defaultFigure;
-    state.x = p.get('x') === 'num' ? 'num' : 'pos';
-    state.y = p.get('y') === 'log' ? 'log' : 'lin';
-    const sort = p.get('sort') || '';
-    state.desc = sort.startsWith('-');
-    state.sort = col[sort.replace(/^-/, '')] ? sort.replace(/^-/, '') : '';
-    const names = (p.get('status') || '').split(',');
-    state.statuses = new Set();
-    col.status.values.forEach((v, i) => names.includes(v) && state.statuses.add(i));
-    state.q = p.get('q') || '';
+    state = M.readHash(location.hash.slice(1),
+      {figures, columns: cols.map((c) => c.name), statuses: statusNames}, defaults);
   }
 
   function writeHash() {
-    const p = new URLSearchParams();
-    if (state.figure !== defaultFigure) p.set('figure', state.figure);
-    if (state.x !== 'pos') p.set('x', state.x);
-    if (state.y !== 'lin') p.set('y', state.y);
-    if (state.sort) p.set('sort', (state.desc ? '-' : '') + state.sort);
-    const statuses = [...state.statuses].sort().map((i) => col.status.values[i]);
-    if (statuses.length) p.set('status', statuses.join(','));
-    if (state.q) p.set('q', state.q);
-    const hash = p.toString();
+    const hash = M.writeHash(state, defaults);
     if (hash !== location.hash.slice(1)) {
       history.replaceState(null, '', hash ? `#${hash}` : location.href.split('#')[0]);
     }
   }
 
   function showState() {
-    $('figure').value = state.figure;
-    $('x').value = state.x;
-    $('y').value = state.y;
-    $('q').value = state.q;
+    for (const key of ['figure', 'view', 'x', 'y', 'q']) $(key).value = state[key];
+    $('x').disabled = state.view !== 'series';
+    $('zoom-reset').disabled = !state.zoom;
     for (const button of document.querySelectorAll('#counts button')) {
-      const code = col.status.values.indexOf(button.dataset.status);
-      button.setAttribute('aria-pressed', state.statuses.has(code));
+      button.setAttribute('aria-pressed', state.statuses.includes(button.dataset.status));
     }
     heads.forEach((th, i) => {
       if (cols[i].name !== state.sort) th.removeAttribute('aria-sort');
@@ -540,6 +652,7 @@
 
   function refigure() {
     findBest();
+    summarize();
     series = buildSeries();
     showTip(-1);
     draw();
@@ -576,10 +689,34 @@
     save(new Blob([`${lines.join('\n')}\n`], {type: 'text/csv'}), 'tabrun-rows.csv');
   }
 
+  // The chart as a PNG, under a title that names the page and the figure.
+  function png() {
+    const ratio = canvas.width / canvas.clientWidth;
+    const out = document.createElement('canvas');
+    [out.width, out.height] = [canvas.width, canvas.height + Math.round(28 * ratio)];
+    const ctx = out.getContext('2d');
+    const c = colours();
+    ctx.fillStyle = c.bg;
+    ctx.fillRect(0, 0, out.width, out.height);
+    ctx.scale(ratio, ratio);
+    ctx.fillStyle = c.fg;
+    ctx.font = '600 14px system-ui, sans-serif';
+    ctx.textBaseline = 'top';
+    const kind = {series: 'by run', rank: 'rank plot', hist: 'histogram'}[state.view];
+    ctx.fillText(`${document.title}: ${state.figure}, ${kind}`, 8, 8);
+    ctx.setTransform(1, 0, 0, 1, 0, 0);
+    ctx.drawImage(canvas, 0, Math.round(28 * ratio));
+    out.toBlob((b) => save(b, 'tabrun-chart.png'));
+  }
+
   function listen() {
-    $('figure').addEventListener('change', (e) => { state.figure = e.target.value; refigure(); });
-    $('x').addEventListener('change', (e) => { state.x = e.target.value; refigure(); });
-    $('y').addEventListener('change', (e) => { state.y = e.target.value; refigure(); });
+    for (const key of ['figure', 'view', 'x', 'y']) {
+      $(key).addEventListener('change', (e) => {
+        state[key] = e.target.value;
+        if (key !== 'figure' || state.view === 'hist') state.zoom = null;
+        refigure();
+      });
+    }
     let typing = 0;
     $('q').addEventListener('input', (e) => {
       clearTimeout(typing);
@@ -587,8 +724,9 @@
     });
     for (const button of document.querySelectorAll('#counts button')) {
       button.addEventListener('click', () => {
-        const code = col.status.values.indexOf(button.dataset.status);
-        if (!state.statuses.delete(code)) state.statuses.add(code);
+        const name = button.dataset.status;
+        const on = (s) => state.statuses.includes(s) !== (s === name);
+        state.statuses = statusNames.filter(on);
         refilter();
       });
     }
@@ -601,31 +739,55 @@
       const tr = e.target.closest('tr');
       if (tr) select(Number(tr.dataset.row), false);
     });
+    // Dragging across the chart zooms to the dragged range; a click picks a point.
+    let dragFrom = null;
+    let dragged = false;
+    const canvasX = (e) => e.clientX - canvas.getBoundingClientRect().left;
+    canvas.addEventListener('mousedown', (e) => { dragFrom = canvasX(e); dragged = false; });
+    window.addEventListener('mouseup', (e) => {
+      if (dragFrom !== null && Math.abs(canvasX(e) - dragFrom) >= 6 && frame) {
+        dragged = true;
+        const ends = [xAt(dragFrom), xAt(canvasX(e))].sort((a, b) => a - b);
+        zoomTo(ends);
+      }
+      dragFrom = null;
+    });
     canvas.addEventListener('mousemove', (e) => showTip(nearestMark(e)));
     canvas.addEventListener('mouseleave', () => showTip(-1));
     canvas.addEventListener('click', (e) => {
       const i = nearestMark(e);
-      if (i >= 0) select(series.rows[marks[i].k], true);
+      if (!dragged && i >= 0 && marks[i].k >= 0) select(series.rows[marks[i].k], true);
     });
     canvas.addEventListener('blur', () => showTip(-1));
     canvas.addEventListener('keydown', (e) => {
       const last = marks.length - 1;
       const to = {ArrowRight: focused + 1, ArrowDown: focused + 1, ArrowLeft: focused - 1,
         ArrowUp: focused - 1, Home: 0, End: last}[e.key];
-      if (to !== undefined && last >= 0) {
+      const span = frame ? frame.x1 - frame.x0 : 0;
+      const middle = frame ? frame.x0 + span / 2 : 0;
+      if (frame && (e.key === '+' || e.key === '=')) {
+        zoomTo([middle - span / 4, middle + span / 4]);
+      } else if (frame && e.key === '-') {
+        zoomTo(state.zoom && [middle - span, middle + span]);
+      } else if (frame && e.shiftKey && (e.key === 'ArrowLeft' || e.key === 'ArrowRight')) {
+        const shift = (e.key === 'ArrowLeft' ? -span : span) / 4;
+        zoomTo([frame.x0 + shift, frame.x1 + shift]);
+      } else if (to !== undefined && last >= 0) {
         showTip(Math.min(Math.max(to, 0), last));
         draw();
-      } else if ((e.key === 'Enter' || e.key === ' ') && focused >= 0) {
+      } else if ((e.key === 'Enter' || e.key === ' ') && focused >= 0 && marks[focused].k >= 0) {
         select(series.rows[marks[focused].k], true);
       } else {
         return;
       }
       e.preventDefault();
     });
-    $('png').addEventListener('click', () => canvas.toBlob((b) => save(b, 'tabrun-chart.png')));
+    $('zoom-reset').addEventListener('click', () => zoomTo(null));
+    $('png').addEventListener('click', png);
     $('csv').addEventListener('click', csv);
     window.addEventListener('hashchange', () => { readHash(); refilter(); });
     new ResizeObserver(() => { showTip(-1); draw(); }).observe($('plot'));
+    matchMedia('(prefers-color-scheme: dark)').addEventListener('change', draw);
     // Print every listed failure with its end, and put them back as they were afterwards.
     let closed = [];
     window.addEventListener('beforeprint', () => {
@@ -636,20 +798,31 @@
   }
 
   async function main() {
+    document.documentElement.classList.add('js');
     const data = JSON.parse($('data').textContent);
     n = data.rows;
-    tailCut = data.tail_cut;
     cols = await Promise.all(data.columns.map((c) => loadColumn(c, data.rows)));
     for (const c of cols) col[c.name] = c;
     const flat = await unpackJson(data.tails);
     tails = new Map();
     for (let i = 0; i < flat.length; i += 2) tails.set(flat[i], flat[i + 1]);
     const any = (f) => col[f].data.some((v) => !Number.isNaN(v));
-    defaultFigure = FIRST_FIGURES.find(any) || 'cpu_seconds';
-    for (const c of cols) if (c.type === 'number') $('figure').add(new Option(c.name, c.name));
+    figures = cols.filter((c) => c.type === 'number' && c.name !== 'name_number' && any(c.name))
+      .map((c) => c.name);
+    const figure = FIRST_FIGURES.find(any) || 'cpu_seconds';
+    if (!figures.includes(figure)) figures.push(figure);
+    for (const f of figures) $('figure').add(new Option(f, f));
+    const counts = new Uint32Array(col.status.values.length);
+    for (const code of col.status.data) counts[code]++;
+    statusNames = col.status.values.filter((s, i) => counts[i] > 0);
+    // Names that carry different numbers (in most runs): by that number, in natural order.
+    const numbers = col.name_number.data.filter((v) => !Number.isNaN(v));
+    const numbered = numbers.length * 2 > n && numbers.some((v) => v !== numbers[0]);
+    defaults = {figure, view: 'series', x: numbered ? 'num' : 'pos', y: 'lin',
+      sort: numbered ? 'log' : ''};
     buildTable();
     readHash();
-    $('view').hidden = false;
+    $('runs').hidden = false;
     listen();
     refilter();
     document.documentElement.dataset.ready = '1';

@@ -35,7 +35,7 @@ def main():
     loads = 5
     if args[:1] == ["--loads"]:
         loads, args = int(args[1]), args[2:]
-    driver = start_browser()
+    driver = start_browser("chromium")
     try:
         for page in args:
             url = "file://" + os.path.abspath(page)
@@ -48,7 +48,7 @@ def main():
             elements = driver.execute_script("return document.getElementsByTagName('*').length")
             print(f"{os.path.basename(page)}: load to data-ready {statistics.median(times):.0f} ms "
                   f"(median of {loads}, {min(times):.0f} to {max(times):.0f}), {elements} elements")
-            found = problems(driver, url)
+            found = problems(driver)
             counted = driver.execute_script(
                 "return [...document.querySelectorAll('#counts button b')]"
                 ".reduce((sum, b) => sum + Number(b.textContent), 0)")

@@ -27,6 +27,9 @@ ACTIONS = [
     ("filter status ok off", "document.querySelector('#counts button[data-status=ok]').click()"),
     ("filter log name by text", "location.hash = 'q=1234'"),
     ("filter by text off", "location.hash = ''"),
+    ("view rank plot", "location.hash = 'view=rank'"),
+    ("view histogram", "location.hash = 'view=hist'"),
+    ("view by run", "location.hash = ''"),
 ]
 
 
@@ -51,7 +54,7 @@ def main():
             found = problems(driver)
             counted = driver.execute_script(
                 "return [...document.querySelectorAll('#counts button b')]"
-                ".reduce((sum, b) => sum + Number(b.textContent), 0)")
+                ".reduce((sum, b) => sum + Number(b.textContent.replaceAll(',', '')), 0)")
             check(not found and elements <= 1500 and counted == count_shown(driver),
                   f"{page}: {found}, {elements} elements, header counts {counted} "
                   f"for {count_shown(driver)} rows")

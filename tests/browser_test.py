@@ -116,7 +116,7 @@ def make_batch(batch, examples):
 def count_shown(driver):
     """How many rows pass the filters, by the pager's words "Rows A to B of N, ..."."""
     words = driver.find_element("id", "page").text.split()
-    return int(words[5].rstrip(",")) if words[0] == "Rows" else 0
+    return int(words[5].rstrip(",").replace(",", "")) if words[0] == "Rows" else 0
 
 
 def rows_shown(driver):
@@ -133,17 +133,21 @@ def check(condition, what):
 def check_page(driver, page, batch, csv_text, out_dir):
     """The checks, the same in every browser; a hostile alert fails the command after it."""
     truth = list(csv.DictReader(io.StringIO(csv_text)))
-    open_page(driver, page)
+    open_page(driver, page + "#sort=constructor&figure=__proto__")  # inherited names: ignored
     found = problems(driver)
     check(not found, f"the page loads with {found}")
     check(driver.execute_script("return document.getElementsByTagName('*').length") <= 1500,
           "the page holds more than 1,500 elements")
 
     # The header counts are the status filter, and agree with the rows.
-    for status, count in driver.execute_script("""return [...document.querySelectorAll(
-        '#counts button')].map((b) => [b.dataset.status, +b.querySelector('b').textContent])"""):
+    for status, count, off in driver.execute_script("""return [...document.querySelectorAll(
+        '#counts button')].map((b) => [b.dataset.status, +b.querySelector('b').textContent
+        .replaceAll(',', ''), b.disabled])"""):
         button = driver.find_element("css selector", f"#counts button[data-status={status}]")
         check(count == sum(row["status"] == status for row in truth), f"header count {status}")
+        check(off == (count == 0), f"{status} disabled: {off}")  # when no run has it
+        if off:
+            continue
         button.click()
         shown = rows_shown(driver)
         check(count_shown(driver) == count and all(cells[2] == status for cells in shown),
@@ -172,6 +176,7 @@ def check_page(driver, page, batch, csv_text, out_dir):
     ok.click()
 
     # A point of the chart names its log; Enter shows its row.
+    driver.get(page + "#x=pos&sort=")
     first = next(row for row in truth if row["chi2"] or row["status"] != "ok")
     chart = driver.find_element("id", "chart")
     chart.send_keys("\ue011")  # Home
@@ -189,14 +194,31 @@ def check_page(driver, page, batch, csv_text, out_dir):
     driver.find_element("xpath", summary).click()
     tail = driver.find_element("xpath", summary + "/../pre").text
     check(tail.splitlines()[-1] == last_line, f"listed tail ends {tail[-80:]!r}")
-    for query, last in (("onerror", last_line), ("fail_099", " cycle 99")):
+    for query, last in (("onerror", last_line), ("fail_099&sort=toString", " cycle 99")):
         driver.get(f"{page}#q={query}")
         driver.find_element("css selector", "td .pick").click()
         tail = driver.find_element("id", "detail-tail").text
         check(tail.splitlines()[-1] == last, f"the tail of {query} ends {tail[-80:]!r}")
 
+    # Natural order of the log names by default; an ok run's detail shows its figures.
+    driver.get(f"{page}#q=k.log&x=__proto__")
+    check([c[0][len(batch) + 1:] for c in rows_shown(driver)[:3]] == ["T5K.log", "T20K.log",
+          "T100K.log"], f"natural order: {rows_shown(driver)}")
+    driver.find_element("css selector", "td .pick").click()
+    note = driver.find_element("id", "detail-note").text
+    check(note == "Status ok. cpu_seconds 1e-05, chi2 1e-05, rp 2.", f"detail {note}")
+
+    # The rank plot and the histogram draw; keys zoom into the URL and the reset clears it.
+    for view in ("rank", "hist"):
+        driver.get(f"{page}#view={view}")
+    check(not problems(driver) and "bins" in driver.find_element("id", "thin").text, "views")
+    driver.find_element("id", "chart").send_keys("+")
+    check("zoom=" in driver.current_url, f"zoom in: {driver.current_url}")
+    driver.find_element("id", "zoom-reset").click()
+    check(driver.current_url.endswith("#view=hist"), f"zoom reset: {driver.current_url}")
+
     # The rows as CSV are the rows of --csv.
-    driver.get(page + "#")
+    driver.get(page + "#sort=")
     driver.find_element("id", "csv").click()
     saved = os.path.join(driver.downloads, "tabrun-rows.csv")
     for _ in range(100):

@@ -135,7 +135,8 @@ const PageMath = (() => {
 
   // The view from the URL's fragment (the part after #). `known` lists what may appear:
   // {figures, columns, statuses}; a name it does not list, inherited object members included,
-  // is ignored, as is any value a key does not take. `defaults` gives what is missing.
+  // is ignored, as is any value a key does not take. `defaults` gives what is missing; an
+  // empty sort= is the rows' own order.
   function readHash(fragment, known, defaults) {
     const p = new URLSearchParams(fragment);
     const pick = (key, allowed) => (allowed.includes(p.get(key)) ? p.get(key) : defaults[key]);
@@ -147,7 +148,8 @@ const PageMath = (() => {
       view: pick('view', ['series', 'rank', 'hist']),
       x: pick('x', ['pos', 'num']),
       y: pick('y', ['lin', 'log']),
-      sort: known.columns.includes(column) ? column : defaults.sort,
+      sort: known.columns.includes(column) ? column
+        : sort === '' && p.has('sort') ? '' : defaults.sort,
       desc: known.columns.includes(column) && sort.startsWith('-'),
       statuses: (p.get('status') || '').split(',').filter((s) => known.statuses.includes(s)),
       q: p.get('q') || '',
@@ -161,7 +163,7 @@ const PageMath = (() => {
     for (const key of ['figure', 'view', 'x', 'y']) {
       if (state[key] !== defaults[key]) p.set(key, state[key]);
     }
-    if (state.sort && (state.sort !== defaults.sort || state.desc)) p.set('sort', (state.desc ? '-' : '') + state.sort);
+    if (state.sort !== defaults.sort || state.desc) p.set('sort', (state.desc ? '-' : '') + state.sort);
     if (state.statuses.length) p.set('status', state.statuses.join(','));
     if (state.q) p.set('q', state.q);
     if (state.zoom) p.set('zoom', state.zoom.join(','));

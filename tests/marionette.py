@@ -30,31 +30,30 @@ class Firefox:
 
     def __init__(self, binary, profile, downloads, log):
         with open(os.path.join(profile, "user.js"), "w") as f:
-            for name, value in {**PREFS, "browser.download.dir": downloads}.items():
-                f.write(f"user_pref({json.dumps(name)}, {json.dumps(value)});\n")
+            f.writelines(f"user_pref({json.dumps(k)}, {json.dumps(v)});\n" for k, v in
+                         {**PREFS, "browser.download.dir": downloads}.items())
         self.process = subprocess.Popen([binary, "--headless", "--marionette", "--no-remote",
                                          "-profile", profile], stdout=log, stderr=log)
         port = os.path.join(profile, "MarionetteActivePort")  # written once it listens
         for _ in range(1200):
             if os.path.exists(port) and open(port).read().strip() or time.sleep(0.05):
                 break
-        self.socket = socket.create_connection(("127.0.0.1", int(open(port).read())))
-        self.buffer, self.sent = b"", 0
+        self.stream = socket.create_connection(("localhost", open(port).read())).makefile("rwb")
+        self.sent = 0
         self.read()  # its hello
         self("WebDriver:NewSession", capabilities={})
 
     def read(self):
-        while b":" not in self.buffer or len(self.buffer.split(b":", 1)[1]) < int(
-                self.buffer.split(b":", 1)[0]):
-            self.buffer += self.socket.recv(1 << 20) or b"0:"  # an ended connection: an error
-        size, rest = self.buffer.split(b":", 1)
-        self.buffer = rest[int(size):]
-        return json.loads(rest[:int(size)])
+        size = b""
+        while (byte := self.stream.read(1)) not in b":":  # so is b"", the end: then an error
+            size += byte
+        return json.loads(self.stream.read(int(size)))
 
     def __call__(self, command, **params):
         self.sent += 1
         message = json.dumps([0, self.sent, command, params]).encode()
-        self.socket.sendall(b"%d:%s" % (len(message), message))
+        self.stream.write(b"%d:%s" % (len(message), message))
+        self.stream.flush()
         _, _, error, result = self.read()
         if error:
             raise AssertionError(f"{command}: {error['error']}: {error['message']}")
@@ -66,8 +65,6 @@ class Firefox:
     def set_window_size(self, w, h): self("WebDriver:SetWindowRect", width=w, height=h)
     def find_element(self, by, v): return Element(self, self("WebDriver:FindElement", using=by,
                                                               value=v))
-    current_url = property(lambda self: self("WebDriver:GetCurrentURL"))
-
     def save_screenshot(self, path):
         with open(path, "wb") as f:
             f.write(base64.b64decode(self("WebDriver:TakeScreenshot", full=False)))

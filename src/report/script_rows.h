@@ -35,9 +35,8 @@ struct ScriptRow {
 
 // The columns of a row, in order: the CSV header and the JSON keys.
 inline constexpr const char* kColumnNames[] = {
-    "log", "kind", "status", "control_file", "cpu_seconds", "chi2",   "rp",
-    "rwp", "rexp", "rf2",    "rf2w",         "rf",          "result", "error", "name_number",
-    "last_record"};
+    "log",  "kind", "status", "control_file", "cpu_seconds", "chi2",  "rp",          "rwp",
+    "rexp", "rf2",  "rf2w",   "rf",           "result",      "error", "name_number", "last_record"};
 inline constexpr std::size_t kColumns = std::size(kColumnNames);
 // Every value the status and kind columns take.
 inline constexpr const char* kStatusNames[] = {

@@ -72,14 +72,54 @@ const PageMath = (() => {
     return ka < kb ? -1 : ka > kb ? 1 : 0;
   };
 
-  // For each text, its place in the natural order of the different texts (0 first), NaN for
-  // an empty one. Sorting the different keys natively, without a comparison function, keeps
-  // 200,000 rows fast in every browser.
-  function naturalPlaces(texts) {
-    const keys = texts.map(naturalKey);
-    const order = [...new Set(keys.filter((k, i) => texts[i] !== ''))].sort();
-    const place = new Map(order.map((k, i) => [k, i]));
-    return Float64Array.from(texts, (t, i) => (t === '' ? NaN : place.get(keys[i])));
+  // The indices of `keys` in the order of the keys by code units, equal keys in index order:
+  // an MSD radix sort, two code units a pass, each pass a native sort of numbers (code units
+  // and index packed in one double), so that no comparison function runs for large groups.
+  function orderOfTexts(keys) {
+    const order = Uint32Array.from(keys.keys());
+    const chunk = (s, at) => (at < s.length ? s.charCodeAt(at) + 1 : 0) * 0x20001 +
+      (at + 1 < s.length ? s.charCodeAt(at + 1) + 1 : 0);
+    const todo = [[0, order.length, 0]];
+    while (todo.length) {
+      const [from, to, at] = todo.pop();
+      if (to - from < 24) {
+        const part = Array.from(order.subarray(from, to));
+        part.sort((a, b) => (keys[a] < keys[b] ? -1 : keys[a] > keys[b] ? 1 : a - b));
+        order.set(part, from);
+        continue;
+      }
+      const packed = new Float64Array(to - from);
+      for (let i = from; i < to; i++) {
+        packed[i - from] = chunk(keys[order[i]], at) * 262144 + order[i];
+      }
+      packed.sort();
+      let start = from;
+      for (let i = from; i <= to; i++) {
+        const code = i < to ? Math.floor(packed[i - from] / 262144) : -1;
+        if (i < to) order[i] = packed[i - from] - code * 262144;
+        if (i > from && (i === to || code !== Math.floor(packed[i - from - 1] / 262144))) {
+          const last = Math.floor(packed[i - from - 1] / 262144);
+          if (i - start > 1 && last % 0x20001 !== 0) todo.push([start, i, at + 2]);
+          start = i;
+        }
+      }
+    }
+    return order;
+  }
+
+  // For each text, its place in the order of the different texts (0 first; natural order when
+  // `natural`, else by code units), NaN for an empty one. Keys are made once and compared as
+  // plain strings, collator-free, so that 200,000 rows sort fast in every browser.
+  function textPlaces(texts, natural) {
+    const keys = natural ? texts.map(naturalKey) : texts;
+    const order = orderOfTexts(keys);
+    const out = new Float64Array(texts.length);
+    let place = -1;
+    order.forEach((r, i) => {
+      if (i === 0 || keys[r] !== keys[order[i - 1]]) place++;
+      out[r] = texts[r] === '' ? NaN : place;
+    });
+    return out;
   }
 
   // A number cell as the rows carry it: tabrun's text of a finite double; an empty cell, or
@@ -170,8 +210,9 @@ const PageMath = (() => {
     return p.toString();
   }
 
-  return {ticks, logTicks, tickLabel, naturalKey, naturalCompare, naturalPlaces, parseNumber,
-    summary, histogram, readHash, writeHash};
+  return {ticks, logTicks, tickLabel, naturalKey, naturalCompare, parseNumber,
+    summary, histogram, readHash, writeHash, textPlaces,
+    orderOfTexts};
 })();
 
 if (typeof module === 'object' && module) module.exports = PageMath;

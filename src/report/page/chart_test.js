@@ -31,7 +31,12 @@ test('tickLabel: short enough for the margin', () => {
 test('natural order: digits as numbers, ties by the text', () => {
   const sorted = ['', 'T05K', 'T5K', 'T10K', 'T100K', 'T100K.b', 'Ta', 'a2', 'a10', 'b'];
   assert.deepEqual([...sorted].reverse().sort(m.naturalCompare), sorted);
-  assert.deepEqual([...m.naturalPlaces(['T10K', '', 'T5K', 'T10K'])], [1, NaN, 0, 1]);
+  assert.deepEqual([...m.textPlaces(['T10K', '', 'T5K', 'T10K'], true)], [2, NaN, 1, 2]);
+  assert.deepEqual([...m.textPlaces(['T10K', 'T5K'], false)], [0, 1]);
+  // Large groups go by code units two at a time, small ones by comparison: both agree.
+  const texts = Array.from({length: 3000}, (_, i) => ['', 'a', 'ab', '\uffff'][i % 4] + (i % 7));
+  const order = [...texts.keys()].sort((a, b) => (texts[a] < texts[b] ? -1 : texts[a] > texts[b]));
+  assert.deepEqual([...m.orderOfTexts(texts)], order);
 });
 
 test('parseNumber: finite numbers as tabrun writes them, else none', () => {

@@ -22,6 +22,8 @@
   let defaults = {};
   let state = {};
   let shown = new Uint32Array(0);  // the rows that pass the filters, in row order
+  let isShown = new Uint8Array(0); // the same, 1 per row shown
+  const orders = new Map();        // column or figure -> its rows in order, made once
   let view = shown;                // the same, sorted
   let page = 0;
   let selected = -1;
@@ -113,29 +115,42 @@
   }
 
   // A number per row that sorts as the column's cells do, NaN for an empty cell: the number
-  // itself, or the place of the text (or code name) among the column's texts in natural order;
-  // made once.
+  // itself, or the place of the text (or code name) among the column's texts, in natural order
+  // for the log names; made once.
   function sortKey(c) {
     if (c.type === 'number' || c.key) return c.key || c.data;
     if (c.type === 'code') {
-      const place = M.naturalPlaces(c.values);
+      const place = M.textPlaces(c.values, false);
       c.key = Float64Array.from(c.data, (code) => place[code]);
     } else {
-      c.key = M.naturalPlaces(c.data);
+      c.key = M.textPlaces(c.data, c.name === 'log');
     }
     return c.key;
   }
 
-  // The rows sorted by the sort column; empty cells last in either direction, ties in row order.
-  function sortRows(rows) {
-    if (!state.sort) return rows;
+  // Every row whose key is a number, by its key (descending when `desc`), ties in row order;
+  // made once per key, so that filtering keeps the order by picking from it.
+  function orderOf(name, key, desc) {
+    const id = `${desc ? '-' : ''}${name}`;
+    if (!orders.has(id)) {
+      const rows = [];
+      for (let r = 0; r < n; r++) if (!Number.isNaN(key[r])) rows.push(r);
+      rows.sort(desc ? (a, b) => key[b] - key[a] || a - b : (a, b) => key[a] - key[b] || a - b);
+      orders.set(id, Uint32Array.from(rows));
+    }
+    const order = orders.get(id);
+    return shown.length === n ? order : order.filter((r) => isShown[r]);
+  }
+
+  // The shown rows sorted by the sort column; empty cells last in either direction, ties in row
+  // order.
+  function sortRows() {
+    if (!state.sort) return shown;
     const key = sortKey(col[state.sort]);
-    const dir = state.desc ? -1 : 1;
-    const full = rows.filter((r) => !Number.isNaN(key[r]));
-    full.sort((a, b) => (key[a] - key[b]) * dir || a - b);
-    const out = new Uint32Array(rows.length);
+    const full = orderOf(state.sort, key, state.desc);
+    const out = new Uint32Array(shown.length);
     out.set(full);
-    out.set(rows.filter((r) => Number.isNaN(key[r])), full.length);
+    out.set(shown.filter((r) => Number.isNaN(key[r])), full.length);
     return out;
   }
 
@@ -178,24 +193,18 @@
   function buildSeries() {
     if (state.view === 'series') {
       const byName = state.x === 'num';
-      let rows = shown;
-      if (byName) {
-        rows = shown.filter((r) => !Number.isNaN(nameNumber(r)));
-        rows.sort((a, b) => nameNumber(a) - nameNumber(b) || a - b);
-      }
+      const rows = byName ? orderOf('name_number', col.name_number.data, false) : shown;
       return {rows, x: Float64Array.from(rows, (r) => (byName ? nameNumber(r) : r + 1)),
         y: Float64Array.from(rows, valueOf)};
     }
-    const all = Float64Array.from(shown, valueOf);
-    const rows = shown.filter((r, i) => !Number.isNaN(all[i]));
+    let rows = orderOf(state.figure, col[state.figure].data, false);
+    if (state.y === 'log') rows = rows.filter((r) => col[state.figure].data[r] > 0);
     const y = Float64Array.from(rows, valueOf);
     if (state.view === 'hist') {
       const [lo, hi] = state.zoom || range(y);
       return {rows, y, hist: M.histogram(y, lo, hi)};
     }
-    const order = Uint32Array.from(rows.keys()).sort((a, b) => y[a] - y[b] || rows[a] - rows[b]);
-    return {rows: Uint32Array.from(order, (i) => rows[i]), x: Float64Array.from(order, (i, k) => k + 1),
-      y: Float64Array.from(order, (i) => y[i])};
+    return {rows, x: Float64Array.from(rows, (r, k) => k + 1), y};
   }
 
   function range(values) {
@@ -661,7 +670,7 @@
   }
 
   function resort() {
-    view = sortRows(shown);
+    view = sortRows();
     page = 0;
     renderTable();
     showState();
@@ -669,7 +678,9 @@
 
   function refilter() {
     shown = filterRows();
-    view = sortRows(shown);
+    isShown = new Uint8Array(n);
+    for (const r of shown) isShown[r] = 1;
+    view = sortRows();
     page = 0;
     refigure();
   }

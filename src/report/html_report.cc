@@ -39,7 +39,7 @@ constexpr std::string_view kViews = R"(<main>
 <option value="rank">rank plot</option><option value="hist">histogram</option></select></label>
 <label>x axis <select id="x"><option value="pos">row position</option>
 <option value="num">number in the log name</option></select></label>
-<label>y axis <select id="y"><option value="lin">linear</option>
+<label>Value axis <select id="y"><option value="lin">linear</option>
 <option value="log">logarithmic</option></select></label>
 <button type="button" id="zoom-reset" disabled>Reset zoom</button>
 <button type="button" id="png">Save chart as PNG</button>

@@ -207,7 +207,7 @@ const PageMath = (() => {
     if (state.statuses.length) p.set('status', state.statuses.join(','));
     if (state.q) p.set('q', state.q);
     if (state.zoom) p.set('zoom', state.zoom.join(','));
-    return p.toString();
+    return p.toString().replaceAll('%2C', ',');  // a comma needs no escape in a fragment
   }
 
   return {ticks, logTicks, tickLabel, naturalKey, naturalCompare, parseNumber,

@@ -1,10 +1,11 @@
-"""Times report pages of tabrun --html in headless Chromium: from the start of loading to the
-page's data-ready mark (the median of fresh loads), and on the last page given, sorting and
-filtering all its rows. Prints one line per figure. Each page must also load without a console
-error or a request, hold at most 1,500 elements, show header counts that add up to its rows, and
-sort and filter its rows right; otherwise it exits with 1.
+"""Times report pages of tabrun --html in headless Chromium and Firefox ESR: from the start of
+loading to the page's data-ready mark (the median of fresh loads), and on the last page given,
+sorting and filtering all its rows and switching its views. Prints one line per figure, as
+"BROWSER PAGE: WHAT: N ms". Each page must also load without a console error or a request, hold
+at most 1,500 elements, show header counts that add up to its rows, and sort and filter its rows
+right; otherwise it exits with 1.
 
-Usage: /usr/bin/python3 bench/page_timing.py [--loads N] PAGE.html..."""
+Usage: /usr/bin/python3 bench/page_timing.py [--loads N] [--browser NAME]... PAGE.html..."""
 import os
 import statistics
 import sys
@@ -27,18 +28,29 @@ ACTIONS = [
     ("filter status ok off", "document.querySelector('#counts button[data-status=ok]').click()"),
     ("filter log name by text", "location.hash = 'q=1234'"),
     ("filter by text off", "location.hash = ''"),
-    ("view rank plot", "location.hash = 'view=rank'"),
-    ("view histogram", "location.hash = 'view=hist'"),
-    ("view by run", "location.hash = ''"),
 ]
+# The views of the chart, where the page has a select#view to switch them.
+VIEWS = ("rank", "hist", "series")
+VIEW = ("const v = document.querySelector('select#view'); v.value = '{}'; "
+        "v.dispatchEvent(new Event('change'))")
+HAS_VIEWS = ("const v = document.querySelector('select#view'); return !!v && "
+             "['series', 'rank', 'hist'].every((o) => [...v.options].some((e) => e.value === o))")
 
 
 def main():
-    args = sys.argv[1:]
-    loads = 5
-    if args[:1] == ["--loads"]:
-        loads, args = int(args[1]), args[2:]
-    driver = start_browser("chromium")
+    args, loads, browsers = sys.argv[1:], 5, []
+    while args[:1] in (["--loads"], ["--browser"]):
+        if args[0] == "--loads":
+            loads = int(args[1])
+        else:
+            browsers.append(args[1])
+        args = args[2:]
+    for browser in browsers or ["chromium", "firefox"]:
+        measure(browser, args, loads)
+
+
+def measure(browser, args, loads):
+    driver = start_browser(browser)
     try:
         for page in args:
             url = "file://" + os.path.abspath(page)
@@ -49,8 +61,9 @@ def main():
                 times.append(driver.execute_script(
                     "return performance.getEntriesByName('data-ready')[0].startTime"))
             elements = driver.execute_script("return document.getElementsByTagName('*').length")
-            print(f"{os.path.basename(page)}: load to data-ready {statistics.median(times):.0f} ms "
-                  f"(median of {loads}, {min(times):.0f} to {max(times):.0f}), {elements} elements")
+            print(f"{browser} {os.path.basename(page)}: load to data-ready "
+                  f"{statistics.median(times):.0f} ms (median of {loads}, {min(times):.0f} to "
+                  f"{max(times):.0f}), {elements} elements", flush=True)
             found = problems(driver)
             counted = driver.execute_script(
                 "return [...document.querySelectorAll('#counts button b')]"
@@ -58,7 +71,13 @@ def main():
             check(not found and elements <= 1500 and counted == count_shown(driver),
                   f"{page}: {found}, {elements} elements, header counts {counted} "
                   f"for {count_shown(driver)} rows")
-        for name, action in ACTIONS:
+        actions = ACTIONS
+        if driver.execute_script(HAS_VIEWS):
+            actions = actions + [(f"switch view to {v}", VIEW.format(v)) for v in VIEWS]
+        else:
+            print(f"{browser} {os.path.basename(args[-1])}: view switches skipped: "
+                  "the page has no select#view with series, rank and hist")
+        for name, action in actions:
             # The page's policy allows no eval: the action goes into the script's text.
             ms = driver.execute_async_script(f"""
                 const done = arguments[0];
@@ -67,7 +86,7 @@ def main():
                 // A hash change is handled in a task of its own, before the next frame.
                 setTimeout(() => requestAnimationFrame(() => done(performance.now() - start)));
             """)
-            print(f"{os.path.basename(args[-1])}: {name}: {ms:.0f} ms")
+            print(f"{browser} {os.path.basename(args[-1])}: {name}: {ms:.0f} ms", flush=True)
         # Not timed: the rows of status ok, sorted by chi2, come lowest first, empty cells last.
         driver.find_element("css selector", "#counts button[data-status=ok]").click()
         driver.find_element("xpath", "//th/button[text()='chi2']").click()

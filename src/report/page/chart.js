@@ -203,7 +203,9 @@ const PageMath = (() => {
     for (const key of ['figure', 'view', 'x', 'y']) {
       if (state[key] !== defaults[key]) p.set(key, state[key]);
     }
-    if (state.sort !== defaults.sort || state.desc) p.set('sort', (state.desc ? '-' : '') + state.sort);
+    if (state.sort !== defaults.sort || state.desc) {
+      p.set('sort', (state.desc ? '-' : '') + state.sort);
+    }
     if (state.statuses.length) p.set('status', state.statuses.join(','));
     if (state.q) p.set('q', state.q);
     if (state.zoom) p.set('zoom', state.zoom.join(','));

@@ -66,7 +66,8 @@ test('hash: unknown names ignored, only what differs written', () => {
     ['sort=constructor&figure=__proto__&status=toString,ok&view=valueOf', 'status=ok'],
     ['sort=-hasOwnProperty&x=__proto__&zoom=2,1', ''],
     ['sort=&zoom=1,2,3', 'sort='],
-    ['sort=-chi2&view=hist&x=pos&y=log&q=T1&zoom=-1e-3,5', 'view=hist&x=pos&y=log&sort=-chi2&q=T1&zoom=-0.001,5'],
+    ['sort=-chi2&view=hist&x=pos&y=log&q=T1&zoom=-1e-3,5',
+      'view=hist&x=pos&y=log&sort=-chi2&q=T1&zoom=-0.001,5'],
   ];
   for (const [hash, want] of cases) {
     assert.equal(m.writeHash(m.readHash(hash, known, defaults), defaults), want, hash);

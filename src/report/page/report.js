@@ -228,7 +228,8 @@
   function colours() {
     const style = getComputedStyle(document.documentElement);
     const get = (name) => style.getPropertyValue(`--${name}`).trim();
-    return {bg: get('bg'), fg: get('fg'), grid: get('line'), axis: get('muted'), line: get('mark-line'),
+    return {bg: get('bg'), fg: get('fg'), grid: get('line'), axis: get('muted'),
+      line: get('mark-line'),
       point: get('accent'), fail: get('fail'), best: get('best')};
   }
 
@@ -254,7 +255,9 @@
     const items = [];
     if (state.view === 'series') items.push(['\u25B2 failed run', c.fail]);
     items.push(['\u25EF best', c.best]);
-    if (selected >= 0) items.push([`\u25EF selected: ${col.log.data[selected]}`.slice(0, 60), c.fg]);
+    if (selected >= 0) {
+      items.push([`\u25EF selected: ${col.log.data[selected]}`.slice(0, 60), c.fg]);
+    }
     ctx.textAlign = 'right';
     for (const [text, colour] of items.reverse()) {
       ctx.fillStyle = colour;
@@ -427,7 +430,9 @@
     ctx.fillStyle = c.fail;
     for (let p = 0; p < plotW; p++) {
       if (high[p] >= 0) marks.push({x: left + p + 0.5, y: py(y[high[p]]), k: high[p]});
-      if (low[p] >= 0 && low[p] !== high[p]) marks.push({x: left + p + 0.5, y: py(y[low[p]]), k: low[p]});
+      if (low[p] >= 0 && low[p] !== high[p]) {
+        marks.push({x: left + p + 0.5, y: py(y[low[p]]), k: low[p]});
+      }
       if (fail[p] >= 0) {
         marks.push({x: left + p + 0.5, y: band, k: fail[p], fail: true});
         triangle(ctx, left + p + 0.5, band);

@@ -38,11 +38,7 @@ def start_browser(name):
     profile = tempfile.mkdtemp(prefix=f"tabrun-{name}.")
     downloads = os.path.join(profile, "downloads")
     if name == "firefox":
-        log = os.path.join(profile, "console.txt")
-        driver = Firefox(programs[0], profile, downloads, open(log, "w"))
-        out = open(log)
-        driver.errors = lambda: [line for line in out.read().splitlines()
-                                 if line.startswith(("console.error", "JavaScript error"))]
+        driver = Firefox(programs[0], profile, downloads)
     else:
         options = webdriver.ChromeOptions()
         options.binary_location = programs[0]

@@ -26,18 +26,19 @@ class Element:
 
 
 class Firefox:
-    """Starts Firefox on `profile`, saving downloads into `downloads`; its output goes to `log`."""
+    """Starts Firefox on `profile`, saving downloads into `downloads`; errors() tells the lines
+    of its pages' console errors since it was last asked."""
 
-    def __init__(self, binary, profile, downloads, log):
+    def __init__(self, binary, profile, downloads):
         with open(os.path.join(profile, "user.js"), "w") as f:
             f.writelines(f"user_pref({json.dumps(k)}, {json.dumps(v)});\n" for k, v in
                          {**PREFS, "browser.download.dir": downloads}.items())
-        self.process = subprocess.Popen([binary, "--headless", "--marionette", "--no-remote",
-                                         "-profile", profile], stdout=log, stderr=log)
-        port = os.path.join(profile, "MarionetteActivePort")  # written once it listens
-        for _ in range(1200):
-            if os.path.exists(port) and open(port).read().strip() or time.sleep(0.05):
-                break
+        log, port = (os.path.join(profile, f) for f in ("console.txt", "MarionetteActivePort"))
+        command = [binary, "--headless", "--marionette", "--no-remote", "-profile", profile]
+        self.process = subprocess.Popen(command, stdout=open(log, "w"), stderr=subprocess.STDOUT)
+        self.log = open(log)
+        while not (os.path.exists(port) and open(port).read()) and self.process.poll() is None:
+            time.sleep(0.05)  # the port is written once it listens
         self.stream = socket.create_connection(("localhost", open(port).read())).makefile("rwb")
         self.sent = 0
         self.read()  # its hello
@@ -59,6 +60,8 @@ class Firefox:
             raise AssertionError(f"{command}: {error['error']}: {error['message']}")
         return result.get("value", result) if isinstance(result, dict) else result
 
+    def errors(self): return [line for line in self.log.read().splitlines()
+                              if line.startswith(("console.error", "JavaScript error"))]
     def get(self, url): self("WebDriver:Navigate", url=url)
     def execute_script(self, script): return self("WebDriver:ExecuteScript", script=script)
     def execute_async_script(self, s): return self("WebDriver:ExecuteAsyncScript", script=s)

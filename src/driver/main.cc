@@ -4,7 +4,9 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "driver/command_line.h"
 #include "driver/console.h"
@@ -22,10 +24,11 @@ int Print(const std::string& text) {
   return 0;
 }
 
-int UsageError(const std::string& error) {
-  if (!error.empty()) tabrun::PrintError(error);
-  const std::string line = std::string(tabrun::kTryHelp) + "\n";
-  ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
+int UsageError(const tabrun::CommandLine& line) {
+  tabrun::PrintError(line.error);
+  if (!line.hint.empty()) tabrun::PrintError(line.hint);
+  const std::string try_help = std::string(tabrun::kTryHelp) + "\n";
+  ssize_t ignored = write(STDERR_FILENO, try_help.data(), try_help.size());
   (void)ignored;
   return tabrun::kUsageExitStatus;
 }
@@ -45,7 +48,8 @@ void OpenStandardDescriptors() {
 
 int main(int argc, char** argv) {
   OpenStandardDescriptors();
-  const tabrun::CommandLine line = tabrun::ParseCommandLine(argc, argv);
+  const tabrun::CommandLine line =
+      tabrun::ParseCommandLine(std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
   const int jobs = line.jobs != 0 ? line.jobs : tabrun::UsableCpus();
   switch (line.command) {
     case tabrun::Command::kRun:
@@ -64,7 +68,7 @@ int main(int argc, char** argv) {
     case tabrun::Command::kVersion:
       return Print(tabrun::VersionText());
     case tabrun::Command::kUsageError:
-      return UsageError(line.error);
+      return UsageError(line);
   }
   return 0;
 }

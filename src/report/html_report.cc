@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "recio/civil_time.h"
 #include "report/escape.h"
 #include "report/page_assets.h"
 
@@ -71,31 +72,15 @@ std::string Html(std::string_view text) {
 }
 
 std::string TimeText(std::int64_t seconds) {
-  // The C library's gmtime refuses times before 1970 on some platforms, and std::chrono::year
-  // stops at 32767, short of what a 64-bit time reaches: the civil date is counted here in 64
-  // bits (days to year, month and day in the proleptic Gregorian calendar, by 400-year eras of
-  // 146097 days that start on 1 March), the same on every platform.
-  std::int64_t days = seconds / 86400, since_day = seconds % 86400;
-  if (since_day < 0) since_day += 86400, --days;  // the day before 1970 starts, not after
-  const std::int64_t z = days + 719468;  // days since 0000-03-01
-  const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-  const std::int64_t day_of_era = z - era * 146097;
-  const std::int64_t year_of_era =
-      (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
-  const std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-  const std::int64_t shifted_month = (5 * day_of_year + 2) / 153;  // 0 is March
-  const std::int64_t month = shifted_month < 10 ? shifted_month + 3 : shifted_month - 9;
-  const std::int64_t year = year_of_era + era * 400 + (month <= 2);
+  const CivilTime t = CivilTimeOf(seconds);
   // Beyond the years a C struct tm holds, the time is said in seconds, as it always was.
-  if (year - 1900 < std::numeric_limits<int>::min() || year - 1900 > std::numeric_limits<int>::max()) {
+  if (t.year - 1900 < std::numeric_limits<int>::min() ||
+      t.year - 1900 > std::numeric_limits<int>::max()) {
     return std::to_string(seconds) + " s after 1970-01-01 00:00:00 UTC";
   }
   char text[64];
-  std::snprintf(text, sizeof text, "%lld-%02lld-%02lld %02lld:%02lld:%02lld UTC",
-                static_cast<long long>(year), static_cast<long long>(month),
-                static_cast<long long>(day_of_year - (153 * shifted_month + 2) / 5 + 1),
-                static_cast<long long>(since_day / 3600), static_cast<long long>(since_day / 60 % 60),
-                static_cast<long long>(since_day % 60));
+  std::snprintf(text, sizeof text, "%lld-%02d-%02d %02d:%02d:%02d UTC",
+                static_cast<long long>(t.year), t.month, t.day, t.hour, t.minute, t.second);
   return text;
 }
 

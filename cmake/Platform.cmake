@@ -52,5 +52,9 @@ set(tabrun_os_sources
   src/os/file_${tabrun_os_system}.cc
   src/os/process_${tabrun_os_system}.cc
   ${read_ahead} ${cpus} ${bytes})
+if(WIN32)
+  # What the Windows files share: UTF-8 and UTF-16 names, and the system's errors in words.
+  list(APPEND tabrun_os_sources src/os/text_win32.cc)
+endif()
 string(REPLACE ";" " " shown "${tabrun_os_sources}")
 message(STATUS "Operating-system layer: ${shown}")

@@ -16,17 +16,17 @@ bool MatchesLogGlob(std::string_view name) {
 
 }  // namespace
 
-std::string ListingLines(std::vector<ListedFile> entries) {
-  std::erase_if(entries, [](const ListedFile& e) { return !MatchesLogGlob(e.name); });
+std::string ListingLines(std::vector<os::DirectoryEntry> entries) {
+  std::erase_if(entries, [](const os::DirectoryEntry& e) { return !MatchesLogGlob(e.name); });
   // std::string compares as unsigned bytes, which is the C locale's collation.
   std::sort(entries.begin(), entries.end(),
-            [](const ListedFile& a, const ListedFile& b) { return a.name < b.name; });
+            [](const os::DirectoryEntry& a, const os::DirectoryEntry& b) { return a.name < b.name; });
   int width = 1;
-  for (const ListedFile& e : entries) {
+  for (const os::DirectoryEntry& e : entries) {
     width = std::max(width, static_cast<int>(std::to_string(e.size).size()));
   }
   std::string text;
-  for (const ListedFile& e : entries) {
+  for (const os::DirectoryEntry& e : entries) {
     const CivilTime t = CivilTimeOf(e.modified);
     char line[128];
     std::snprintf(line, sizeof line, "%s 1 tabrun tabrun %*llu %04lld-%02d-%02d %02d:%02d ",

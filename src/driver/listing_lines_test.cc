@@ -7,7 +7,7 @@ namespace {
 
 TEST(ListingLinesTest, LinesOfTheLogGlobInByteOrder) {
   const struct {
-    std::vector<ListedFile> entries;
+    std::vector<os::DirectoryEntry> entries;
     std::string expected;
   } cases[] = {
       {{}, ""},

@@ -7,6 +7,8 @@
 #include "analysis/log_scan.h"
 #include "driver/console.h"
 #include "driver/listing.h"
+#include "driver/listing_lines.h"
+#include "os/directory.h"
 #include "driver/ordered_pool.h"
 #include "os/file.h"
 #include "os/process.h"
@@ -99,6 +101,25 @@ std::vector<std::string> LoadListing(LogText& text, Streams& out) {
   return entries;
 }
 
+// Writes list_log as the listing command would, where the system's shell cannot run it.
+void WriteListing(Streams& out) {
+  std::vector<os::DirectoryEntry> entries;
+  std::string error;
+  if (!os::ListDirectoryEntries(".", &entries, &error)) {
+    // As ls would, the run goes on with an empty listing.
+    PrintError("cannot read the directory: " + error);
+    entries.clear();
+  }
+  const std::string text = ListingLines(std::move(entries));
+  const int fd = os::CreateFile(kListingFile, &error);
+  if (fd == os::kNoFile) out.Fatal(kListingUnit, kListingFile, "cannot open", error);
+  std::size_t written;
+  if (!os::WriteAll(fd, text, &written, &error)) {
+    out.Fatal(kListingUnit, kListingFile, "cannot write", error);
+  }
+  if (!os::CloseFile(fd, &error)) out.Fatal(kListingUnit, kListingFile, "cannot close", error);
+}
+
 // What reading one listed log gives.
 struct LogRead {
   LogText::OpenResult open = LogText::OpenResult::kOpened;
@@ -169,7 +190,9 @@ int RunBatch(int jobs) {
   // The banner must be out before anything the listing command prints.
   out.console.Flush();
   // The listing must not depend on how the user has ls quote names.
-  if (!os::RunShellCommand(kListingCommand, {"QUOTING_STYLE"})) {
+  if (!os::ShellListsFiles()) {
+    WriteListing(out);
+  } else if (!os::RunShellCommand(kListingCommand, {"QUOTING_STYLE"})) {
     // The run goes on with whatever list_log holds; the shell has said why on its own.
     PrintError("the listing command could not run ls; 'tabrun --csv .' reads any number of logs");
   }

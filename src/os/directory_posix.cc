@@ -38,6 +38,20 @@ bool ListDirectory(const std::string& path, std::vector<std::string>* names, std
   return true;
 }
 
+bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* entries,
+                          std::string* error) {
+  std::vector<std::string> names;
+  if (!ListDirectory(path, &names, error)) return false;
+  entries->clear();
+  for (std::string& name : names) {
+    struct stat st;
+    if (stat((path + "/" + name).c_str(), &st) != 0) continue;
+    entries->push_back({std::move(name), static_cast<std::uint64_t>(st.st_size),
+                        static_cast<std::int64_t>(st.st_mtime), S_ISDIR(st.st_mode)});
+  }
+  return true;
+}
+
 int OpenDirectory(const std::string& path, std::string* error) {
   const int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (directory < 0) *error = std::strerror(errno);

@@ -18,6 +18,10 @@ void OpenStandardHandles();
 // instead of ending the process. A platform without such a signal does nothing.
 void IgnoreBrokenPipe();
 
+// True where the system's standard shell has ls and expands a glob such as *.log, so that
+// RunShellCommand can run the listing command; false on Windows, whose cmd.exe has neither.
+bool ShellListsFiles();
+
 // The command-line arguments after the program's name, as UTF-8: on POSIX systems the bytes
 // of argv as they came; where the system keeps the command line in another encoding, it is
 // converted, and `argv` is not used.

@@ -27,6 +27,8 @@ void OpenStandardHandles() {
 
 void IgnoreBrokenPipe() { signal(SIGPIPE, SIG_IGN); }
 
+bool ShellListsFiles() { return true; }
+
 std::vector<std::string> Arguments(int argc, char** argv) {
   return std::vector<std::string>(argv + std::min(argc, 1), argv + argc);
 }

@@ -69,8 +69,8 @@ int OpenDirectory(const std::string& path, std::string* error) {
     *error = win32::ErrorText(ERROR_FILE_NOT_FOUND);
     return kNoFile;
   }
-  // The handle keeps the directory's path: OpenForReading asks it for that path.
-  const HANDLE handle = CreateFileW(win32::ApiPath(wide).c_str(), FILE_LIST_DIRECTORY,
+  wide = win32::ApiPath(wide);
+  const HANDLE handle = CreateFileW(wide.c_str(), FILE_LIST_DIRECTORY,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                     nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
@@ -83,6 +83,7 @@ int OpenDirectory(const std::string& path, std::string* error) {
     *error = win32::ErrorText(ERROR_TOO_MANY_OPEN_FILES);
     return kNoFile;
   }
+  win32::RememberDirectory(directory, wide);
   return directory;
 }
 

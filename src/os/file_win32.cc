@@ -21,16 +21,8 @@ bool PathIn(int directory, const std::string& path, std::wstring* wide) {
   std::wstring name;
   if (path.find('\0') != std::string::npos || !win32::Wide(path, &name)) return false;
   if (directory != kWorkingDirectory) {
-    const HANDLE handle = win32::SystemHandle(directory);
-    std::wstring base(MAX_PATH, L'\0');
-    DWORD size = GetFinalPathNameByHandleW(handle, base.data(), MAX_PATH, 0);
-    if (size >= MAX_PATH) {
-      base.resize(size);
-      size = GetFinalPathNameByHandleW(handle, base.data(), size, 0);
-    }
-    base.resize(size);
     std::replace(name.begin(), name.end(), L'/', L'\\');  // \\?\ paths are taken literally
-    name = base + L"\\" + name;
+    name = win32::DirectoryPath(directory) + L"\\" + name;
   }
   *wide = win32::ApiPath(name);
   return true;
@@ -118,6 +110,7 @@ std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offse
 }
 
 bool CloseFile(int file, std::string* error) {
+  win32::ForgetDirectory(file);
   if (_close(file) == 0) return true;
   if (error != nullptr) *error = win32::ErrorText(ERROR_INVALID_HANDLE);
   return false;
@@ -153,7 +146,7 @@ bool WriteAll(int file, std::string_view bytes, std::size_t* written, std::strin
     if (!WriteFile(handle, bytes.data() + *written, want, &n, nullptr) || n == 0) {
       const DWORD code = n == 0 && GetLastError() == ERROR_SUCCESS ? ERROR_WRITE_FAULT
                                                                    : GetLastError();
-      if ((code == ERROR_BROKEN_PIPE || code == ERROR_NO_DATA) && !win32::broken_pipe_ignored) {
+      if (win32::ErrorText(code) == "Broken pipe" && !win32::broken_pipe_ignored) {
         ExitProcess(win32::kBrokenPipeStatus);
       }
       *error = win32::ErrorText(code);

@@ -2,12 +2,18 @@
 
 #include <io.h>
 
+#include <map>
+#include <mutex>
+
 namespace tabrun::os::win32 {
 namespace {
 
 // Paths from this length on take the \\?\ prefix: the classic limit is 260 characters with
 // the terminating NUL, and a directory's own limit is 12 fewer (room for an 8.3 name).
 constexpr std::size_t kLongPath = 248;
+
+std::mutex directories_mutex;
+std::map<int, std::wstring> directories;  // guarded by directories_mutex
 
 // True when the last part of `path` is one of the device names Windows reserves in every
 // directory (NUL, CON, COM1, ...; with any extension, "nul.log" too): only the \\?\ form
@@ -95,6 +101,7 @@ std::string ErrorText(DWORD code) {
     case ERROR_FILENAME_EXCED_RANGE: return "File name too long";
     case ERROR_BROKEN_PIPE:
     case ERROR_NO_DATA:
+    case ERROR_PIPE_NOT_CONNECTED:
       return "Broken pipe";
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
@@ -112,6 +119,22 @@ std::string ErrorText(DWORD code) {
       return "Input/output error";
     default: return "Windows error " + std::to_string(code);
   }
+}
+
+void RememberDirectory(int directory, std::wstring path) {
+  const std::lock_guard<std::mutex> lock(directories_mutex);
+  directories[directory] = std::move(path);
+}
+
+std::wstring DirectoryPath(int directory) {
+  const std::lock_guard<std::mutex> lock(directories_mutex);
+  const auto found = directories.find(directory);
+  return found == directories.end() ? std::wstring() : found->second;
+}
+
+void ForgetDirectory(int directory) {
+  const std::lock_guard<std::mutex> lock(directories_mutex);
+  directories.erase(directory);
 }
 
 HANDLE SystemHandle(int file) { return reinterpret_cast<HANDLE>(_get_osfhandle(file)); }

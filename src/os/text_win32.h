@@ -36,6 +36,13 @@ std::string ErrorText(DWORD code);
 extern bool broken_pipe_ignored;
 inline constexpr int kBrokenPipeStatus = 141;
 
+// The path of each directory that OpenDirectory (directory.h) has opened, by its handle:
+// OpenForReading joins it to a name, since Windows opens nothing relative to a handle.
+// Safe to call from any thread.
+void RememberDirectory(int directory, std::wstring path);
+std::wstring DirectoryPath(int directory);
+void ForgetDirectory(int directory);
+
 // The operating-system handle behind the program's handle `file`, or INVALID_HANDLE_VALUE.
 HANDLE SystemHandle(int file);
 

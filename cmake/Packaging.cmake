@@ -1,4 +1,5 @@
-# Packaging of tabrun with CPack: a Debian binary package.
+# Packaging of tabrun with CPack: a Debian binary package, or in the Windows cross build
+# (cmake/mingw-w64.cmake) a zip: cd build-win && cpack -G ZIP.
 #
 #   cmake -B build -DCMAKE_BUILD_TYPE=Release -DTABRUN_BUILD_TESTS=OFF
 #   cmake --build build
@@ -38,6 +39,13 @@ per log to standard output: its status, control file, CPU seconds and fit
 figures.")
 
 set(CPACK_STRIP_FILES ON)
+if(WIN32)
+  # Windows: a zip of one folder, tabrun-<version>-windows-x86_64, with tabrun.exe in it.
+  set(CPACK_GENERATOR "ZIP")
+  set(CPACK_PACKAGE_FILE_NAME "tabrun-${PROJECT_VERSION}-windows-x86_64")
+  include(CPack)
+  return()
+endif()
 set(CPACK_GENERATOR "DEB")
 
 # Debian control fields.

@@ -1,7 +1,5 @@
 #include "driver/command_line.h"
 
-#include <getopt.h>
-
 #include <optional>
 #include <string_view>
 
@@ -10,20 +8,33 @@
 namespace tabrun {
 namespace {
 
-enum LongOnly { kCsvOption = 256, kJsonOption, kHtmlOption, kVersionOption };
+enum class Option { kCsv, kJson, kHtml, kJobs, kHelp, kVersion };
 
-constexpr option kOptions[] = {
-    {"csv", no_argument, nullptr, kCsvOption},
-    {"json", no_argument, nullptr, kJsonOption},
-    {"html", no_argument, nullptr, kHtmlOption},
-    {"jobs", required_argument, nullptr, 'j'},
-    {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, kVersionOption},
-    {nullptr, 0, nullptr, 0},
+struct LongOption {
+  std::string_view name;  // without "--"
+  Option option;
+  bool takes_argument;
 };
 
-CommandLine UsageError(std::string error) {
-  return {Command::kUsageError, {}, 0, std::move(error)};
+// An ambiguous abbreviation lists its possibilities in this order.
+constexpr LongOption kLongOptions[] = {
+    {"csv", Option::kCsv, false},   {"json", Option::kJson, false},
+    {"html", Option::kHtml, false}, {"jobs", Option::kJobs, true},
+    {"help", Option::kHelp, false}, {"version", Option::kVersion, false},
+};
+
+// What the options read so far ask for.
+struct Asked {
+  bool help = false;
+  bool version = false;
+  Command mode = Command::kRun;
+  std::string_view mode_option;  // the option that chose `mode`
+  std::string conflict;          // the first two different modes, said as an error
+  int jobs = 0;
+};
+
+CommandLine UsageError(std::string error, std::string hint = {}) {
+  return {Command::kUsageError, {}, 0, std::move(error), std::move(hint)};
 }
 
 // The number of jobs `text` gives, or 0 when it is not a number from 1 to kMaxJobs.
@@ -32,57 +43,123 @@ int JobsOf(std::string_view text) {
   return jobs && *jobs >= 1 && *jobs <= kMaxJobs ? *jobs : 0;
 }
 
-}  // namespace
+// Takes one option into `asked`; returns what is wrong with it, or an empty text.
+std::string Take(Option option, std::string_view argument, Asked* asked) {
+  Command mode = Command::kRun;
+  std::string_view name;
+  switch (option) {
+    case Option::kHelp: asked->help = true; return {};
+    case Option::kVersion: asked->version = true; return {};
+    case Option::kJobs:
+      asked->jobs = JobsOf(argument);
+      if (asked->jobs != 0) return {};
+      return "invalid number of jobs: '" + std::string(argument) + "' (1 to " +
+             std::to_string(kMaxJobs) + ")";
+    case Option::kCsv: mode = Command::kCsv, name = "--csv"; break;
+    case Option::kJson: mode = Command::kJson, name = "--json"; break;
+    case Option::kHtml: mode = Command::kHtml, name = "--html"; break;
+  }
+  if (asked->mode == Command::kRun) {
+    asked->mode = mode;
+    asked->mode_option = name;
+  } else if (asked->mode != mode && asked->conflict.empty()) {
+    asked->conflict = "options '" + std::string(asked->mode_option) + "' and '" +
+                      std::string(name) + "' cannot be used together";
+  }
+  return {};
+}
 
-CommandLine ParseCommandLine(int argc, const char* const* argv) {
-  // getopt_long permutes its own copy of the pointers; the messages it prints name argv[0],
-  // which is "tabrun" whatever path the program was started by.
-  std::vector<char*> args;
-  for (int i = 0; i < argc; ++i) args.push_back(const_cast<char*>(argv[i]));  // not written
-  std::string name = "tabrun";
-  if (!args.empty()) args[0] = name.data();
-  args.push_back(nullptr);
-
-  bool help = false, version = false, failed = false;
-  std::vector<std::pair<Command, std::string_view>> modes;  // and the option that asked
-  std::vector<std::string> operands;
-  CommandLine line;
-  optind = 0;  // start afresh
-  opterr = 1;  // getopt says what is wrong
-  // The leading '-' hands operands back in place, so that POSIXLY_CORRECT changes nothing.
-  for (int c; (c = getopt_long(argc, args.data(), "-hj:", kOptions, nullptr)) != -1;) {
-    switch (c) {
-      case 1: operands.emplace_back(optarg); break;
-      case 'h': help = true; break;
-      case kVersionOption: version = true; break;
-      case kCsvOption: modes.emplace_back(Command::kCsv, "--csv"); break;
-      case kJsonOption: modes.emplace_back(Command::kJson, "--json"); break;
-      case kHtmlOption: modes.emplace_back(Command::kHtml, "--html"); break;
-      case 'j':
-        line.jobs = JobsOf(optarg);
-        if (line.jobs == 0) {
-          return UsageError("invalid number of jobs: '" + std::string(optarg) + "' (1 to " +
-                            std::to_string(kMaxJobs) + ")");
-        }
-        break;
-      default: failed = true; break;  // getopt has printed why
+// Reads the long option args[*i], which starts with "--", and its argument, which may be the
+// next one (then *i moves on to it).
+std::string ReadLong(const std::vector<std::string>& args, size_t* i, Asked* asked) {
+  const std::string& arg = args[*i];
+  const std::string_view text = std::string_view(arg).substr(2);
+  const size_t equals = text.find('=');
+  const std::string_view name = text.substr(0, equals);
+  const LongOption* found = nullptr;
+  for (const LongOption& option : kLongOptions) {
+    if (option.name == name) found = &option;
+  }
+  if (found == nullptr) {
+    std::string possibilities;
+    for (const LongOption& option : kLongOptions) {
+      if (!option.name.starts_with(name)) continue;
+      if (found != nullptr) possibilities.append(" '--").append(found->name).append("'");
+      found = &option;
+    }
+    if (found == nullptr) return "unrecognized option '" + arg + "'";
+    if (!possibilities.empty()) {
+      return "option '" + arg + "' is ambiguous; possibilities:" + possibilities + " '--" +
+             std::string(found->name) + "'";
     }
   }
-  for (int i = optind; i < argc; ++i) operands.emplace_back(argv[i]);  // after "--"
-  if (failed) return UsageError("");
-  if (help) return {Command::kHelp, {}, 0, {}};
-  if (version) return {Command::kVersion, {}, 0, {}};
-  if (modes.size() > 1) {
-    return UsageError("options '" + std::string(modes[0].second) + "' and '" +
-                      std::string(modes[1].second) + "' cannot be used together");
+  const std::string option_name = "--" + std::string(found->name);
+  std::string_view argument;
+  if (equals != std::string_view::npos) {
+    if (!found->takes_argument) return "option '" + option_name + "' doesn't allow an argument";
+    argument = text.substr(equals + 1);
+  } else if (found->takes_argument) {
+    if (*i + 1 == args.size()) return "option '" + option_name + "' requires an argument";
+    argument = args[++*i];
   }
-  if (modes.empty()) {
-    if (!operands.empty()) return UsageError("extra operand '" + operands.front() + "'");
-    line.command = Command::kRun;
-    return line;
+  return Take(found->option, argument, asked);
+}
+
+// Reads the short options grouped in args[*i] after its '-'; -j takes the rest of the group or,
+// when nothing is left, the next argument (then *i moves on to it).
+std::string ReadShort(const std::vector<std::string>& args, size_t* i, Asked* asked) {
+  const std::string_view group = std::string_view(args[*i]).substr(1);
+  for (size_t k = 0; k < group.size(); ++k) {
+    if (group[k] == 'h') {
+      asked->help = true;
+    } else if (group[k] != 'j') {
+      return std::string("invalid option -- '") + group[k] + "'";
+    } else if (k + 1 < group.size()) {
+      return Take(Option::kJobs, group.substr(k + 1), asked);
+    } else if (*i + 1 < args.size()) {
+      return Take(Option::kJobs, args[++*i], asked);
+    } else {
+      return "option requires an argument -- 'j'";
+    }
+  }
+  return {};
+}
+
+}  // namespace
+
+CommandLine ParseCommandLine(const std::vector<std::string>& args) {
+  Asked asked;
+  std::vector<std::string> operands;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    std::string error;
+    if (arg == "--") {
+      operands.insert(operands.end(), args.begin() + i + 1, args.end());
+      break;
+    }
+    if (arg.starts_with("--")) {
+      error = ReadLong(args, &i, &asked);
+    } else if (arg.size() > 1 && arg[0] == '-') {
+      error = ReadShort(args, &i, &asked);
+    } else {
+      operands.push_back(arg);  // "-" too
+    }
+    if (!error.empty()) return UsageError(std::move(error));
+  }
+  if (asked.help) return {Command::kHelp, {}, 0, {}, {}};
+  if (asked.version) return {Command::kVersion, {}, 0, {}, {}};
+  if (!asked.conflict.empty()) return UsageError(std::move(asked.conflict));
+  CommandLine line;
+  line.jobs = asked.jobs;
+  if (asked.mode == Command::kRun) {
+    if (operands.empty()) return line;
+    const std::string& operand = operands.front();
+    return UsageError("extra operand '" + operand + "'",
+                      "for the logs in '" + operand + "': cd '" + operand +
+                          "' && tabrun, or tabrun --csv '" + operand + "'");
   }
   if (operands.empty()) operands.emplace_back(".");
-  line.command = modes.front().first;
+  line.command = asked.mode;
   line.paths = std::move(operands);
   return line;
 }

@@ -26,18 +26,23 @@ struct CommandLine {
   Command command = Command::kRun;
   std::vector<std::string> paths;  // for kCsv, kJson and kHtml; "." when none is given
   int jobs = 0;                    // -j N or --jobs=N, from 1 to kMaxJobs; 0 when not given
-  // For kUsageError: what is wrong, without "tabrun: ", or empty when the parser has already
-  // said it on standard error.
+  // For kUsageError: what is wrong, without "tabrun: ".
   std::string error;
+  // For kUsageError: a line, without "tabrun: ", that says what to type instead; may be empty.
+  std::string hint;
 };
 
-// Reads argv with getopt_long, the way GNU tools do, and with GNU's own messages on standard
-// error for an unknown option, a missing or unwanted argument, or an ambiguous abbreviation:
-// options and paths may come in any order (even with POSIXLY_CORRECT set), "--" ends the
-// options, a long option may be cut to any unique start, and -h, --help or --version anywhere
-// wins over everything else but an option error. Paths are taken only with --csv, --json or
-// --html, exactly one of which may be given. Not reentrant: it uses getopt's global state.
-CommandLine ParseCommandLine(int argc, const char* const* argv);
+// Reads the arguments that follow the program's name, UTF-8 strings, the way GNU tools read
+// theirs and with the same messages on every platform: "unrecognized option '--x'", "invalid
+// option -- 'x'", "option '--csv' doesn't allow an argument", "option requires an argument --
+// 'j'", "option '--jobs' requires an argument", "option '--h' is ambiguous; possibilities:
+// '--html' '--help'". Options and paths may come in any order (POSIXLY_CORRECT changes
+// nothing), "--" ends the options, a long option may be cut to any unique start, short options
+// may be grouped, and -j takes its number joined or as the next argument. The first wrong
+// option ends the reading. -h, --help or --version anywhere wins over everything else but an
+// option error. Paths are taken only with --csv, --json or --html; one of them may be given any
+// number of times, but not two different ones.
+CommandLine ParseCommandLine(const std::vector<std::string>& args);
 
 // The help text printed for kHelp, ending with a line feed.
 std::string HelpText();

@@ -1,19 +1,14 @@
 #include "driver/direct_run.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <errno.h>
-
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <optional>
 
 #include "analysis/log_scan.h"
 #include "driver/console.h"
 #include "driver/ordered_pool.h"
+#include "os/directory.h"
+#include "os/file.h"
 #include "recio/fatal.h"
 #include "recio/log_directory.h"
 #include "recio/log_text.h"
@@ -51,9 +46,8 @@ Batch BatchOf(const std::vector<std::string>& paths) {
   Batch batch;
   std::vector<std::string> names;
   for (const std::string& path : paths) {
-    struct stat st;
     std::string error;
-    if (stat(path.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+    if (!os::IsDirectory(path)) {
       batch.logs.push_back({kNoDirectory, path, {}});
     } else if (!ListLogNames(path, &names, &error)) {
       batch.logs.push_back({kNoDirectory, path, "cannot read the directory: " + error});
@@ -82,7 +76,7 @@ class Reader {
   Reader(const Reader&) = delete;
   Reader& operator=(const Reader&) = delete;
   ~Reader() {
-    if (directory_fd_ >= 0) close(directory_fd_);
+    if (directory_fd_ != os::kNoFile) os::CloseFile(directory_fd_);
   }
 
   // Reads `log` of `batch` into its row, and for the page (`page`) its cells and, when it
@@ -103,7 +97,7 @@ class Reader {
     if (!log.error.empty()) return {UnreadableRow(std::move(path), log.error), {}, 0};
     std::string error;
     const int directory = DirectoryFd(batch, log.directory, &error);
-    if (directory == -1 || text_.Open(directory, log.name, &error) != LogText::OpenResult::kOpened) {
+    if (directory == os::kNoFile || text_.Open(directory, log.name, &error) != LogText::OpenResult::kOpened) {
       return {UnreadableRow(std::move(path), "cannot open: " + error), {}, 0};
     }
     LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, 0};
@@ -116,23 +110,22 @@ class Reader {
     return read;
   }
 
-  // A descriptor of directory `index` of `batch`, or AT_FDCWD for kNoDirectory; -1 with the
-  // reason when it cannot be opened.
+  // A handle of directory `index` of `batch`, or os::kWorkingDirectory for kNoDirectory;
+  // os::kNoFile with the reason when it cannot be opened.
   int DirectoryFd(const Batch& batch, std::size_t index, std::string* error) {
-    if (index == kNoDirectory) return AT_FDCWD;
+    if (index == kNoDirectory) return os::kWorkingDirectory;
     if (index != directory_) {
-      if (directory_fd_ >= 0) close(directory_fd_);
+      if (directory_fd_ != os::kNoFile) os::CloseFile(directory_fd_);
       directory_ = index;
-      directory_fd_ = open(batch.directories[index].c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-      if (directory_fd_ < 0) directory_error_ = std::strerror(errno);
+      directory_fd_ = os::OpenDirectory(batch.directories[index], &directory_error_);
     }
-    if (directory_fd_ < 0) *error = directory_error_;
+    if (directory_fd_ == os::kNoFile) *error = directory_error_;
     return directory_fd_;
   }
 
   LogText text_;
   std::size_t directory_ = kNoDirectory;
-  int directory_fd_ = -1;
+  int directory_fd_ = os::kNoFile;
   std::string directory_error_;
 };
 

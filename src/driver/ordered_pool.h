@@ -3,8 +3,6 @@
 #ifndef TABRUN_DRIVER_ORDERED_POOL_H_
 #define TABRUN_DRIVER_ORDERED_POOL_H_
 
-#include <sched.h>
-
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
@@ -17,13 +15,6 @@
 #include <vector>
 
 namespace tabrun {
-
-// The number of CPUs this process may run on, at least 1.
-inline int UsableCpus() {
-  cpu_set_t set;
-  if (sched_getaffinity(0, sizeof set, &set) != 0) return 1;
-  return std::max(1, CPU_COUNT(&set));
-}
 
 // Runs work(index, worker) for every index from 0 to count - 1 on `jobs` threads, and hands
 // the results back in the order of the indices through Next(). The thread that calls Next() is

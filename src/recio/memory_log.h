@@ -1,13 +1,16 @@
-// For tests: a text in an anonymous memory file, opened as a LogText.
+// For tests: a text in a temporary file, opened as a LogText.
 
 #ifndef TABRUN_RECIO_MEMORY_LOG_H_
 #define TABRUN_RECIO_MEMORY_LOG_H_
 
-#include <sys/mman.h>
-#include <unistd.h>
-
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <random>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "recio/log_text.h"
 
@@ -16,30 +19,42 @@ namespace tabrun {
 class MemoryLog {
  public:
   explicit MemoryLog(std::string_view content, std::size_t window = LogText::kDefaultWindow)
-      : text(window), fd_(memfd_create("log", MFD_CLOEXEC)) {
-    for (std::size_t done = 0; done < content.size();) {
-      const ssize_t n = write(fd_, content.data() + done, content.size() - done);
-      if (n <= 0) break;
-      done += static_cast<std::size_t>(n);
-    }
+      : text(window), path_(UniquePath()) {
+    std::ofstream(path_, std::ios::binary).write(content.data(), content.size());
     Reopen();
   }
-  ~MemoryLog() { close(fd_); }
+  ~MemoryLog() {
+    text.Close();
+    std::error_code ignored;
+    std::filesystem::remove(path_, ignored);
+  }
 
-  // A path that opens the memory file.
-  std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
-  // Opens the memory file again in `text`, from its start.
+  // A path that opens the file.
+  std::string path() const { return path_.string(); }
+  // Opens the file again in `text`, from its start.
   LogText::OpenResult Reopen() {
     std::string error;
     return text.Open(path(), &error);
   }
   // Cuts the file short behind the reader's back; false when that fails.
-  bool Truncate(off_t length) { return ftruncate(fd_, length) == 0; }
+  bool Truncate(std::uint64_t length) {
+    std::error_code error;
+    std::filesystem::resize_file(path_, length, error);
+    return !error;
+  }
 
   LogText text;
 
  private:
-  int fd_;
+  // A name no other test process or MemoryLog has at the same time.
+  static std::filesystem::path UniquePath() {
+    static const std::string run = std::to_string(std::random_device{}());
+    static std::atomic<unsigned> count{0};
+    return std::filesystem::temp_directory_path() /
+           ("tabrun-test-" + run + "-" + std::to_string(count++) + ".log");
+  }
+
+  std::filesystem::path path_;
 };
 
 }  // namespace tabrun

@@ -1,10 +1,12 @@
 #include "report/html_report.h"
 
 #include <charconv>
-#include <ctime>
+#include <cstdio>
+#include <limits>
 #include <string_view>
 #include <utility>
 
+#include "recio/civil_time.h"
 #include "report/escape.h"
 #include "report/page_assets.h"
 
@@ -85,13 +87,15 @@ std::string Html(std::string_view text) {
 }
 
 std::string TimeText(std::int64_t seconds) {
-  const std::time_t time = static_cast<std::time_t>(seconds);
-  std::tm tm;
-  char text[64];
-  if (gmtime_r(&time, &tm) == nullptr ||
-      std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &tm) == 0) {
+  const CivilTime t = CivilTimeOf(seconds);
+  // Beyond the years a C struct tm holds, the time is said in seconds, as it always was.
+  if (t.year - 1900 < std::numeric_limits<int>::min() ||
+      t.year - 1900 > std::numeric_limits<int>::max()) {
     return std::to_string(seconds) + " s after 1970-01-01 00:00:00 UTC";
   }
+  char text[64];
+  std::snprintf(text, sizeof text, "%lld-%02d-%02d %02d:%02d:%02d UTC",
+                static_cast<long long>(t.year), t.month, t.day, t.hour, t.minute, t.second);
   return text;
 }
 

@@ -118,6 +118,7 @@ TEST(HtmlReportTest, HeaderLines) {
        "<p>Batch <code>0</code> <code>1</code> <code>2</code> <code>3</code> <code>4</code> "
        "<code>5</code> <code>6</code> <code>7</code> <code>8</code> <code>9</code> and 1 more, "
        "made 1969-12-31 23:59:59" + made},
+      {{}, dot, 1'000'000'000'000, "<p>Batch <code>.</code>, made 33658-09-27 01:46:40" + made},
       {{}, dot, std::numeric_limits<std::int64_t>::max(),
        "<p>Batch <code>.</code>, made 9223372036854775807 s after 1970-01-01 00:00:00" + made},
   };

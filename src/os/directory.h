@@ -1,0 +1,44 @@
+// Directories: whether a name is one, their entries, and handles for opening files in them.
+
+#ifndef TABRUN_OS_DIRECTORY_H_
+#define TABRUN_OS_DIRECTORY_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tabrun::os {
+
+// True when `path` names a directory, following symbolic links; false for anything else,
+// for a name that names nothing, and when the system cannot tell.
+bool IsDirectory(const std::string& path);
+
+// Puts the names of all entries of the directory `path` into *names, in the order the system
+// gives them, without "." and "..", each as the bytes the system stores (UTF-8 where the
+// system stores names in another form). Returns false with the system's reason in *error when
+// the directory cannot be opened or read; *names is then unspecified.
+bool ListDirectory(const std::string& path, std::vector<std::string>* names, std::string* error);
+
+// An entry of a directory with what the system says of it.
+struct DirectoryEntry {
+  std::string name;           // as ListDirectory gives it
+  std::uint64_t size = 0;     // in bytes; of a symbolic link, that of what it leads to
+  std::int64_t modified = 0;  // the time of the last change, in seconds since 1970-01-01 UTC
+  bool is_directory = false;
+};
+
+// As ListDirectory, with each entry's size, time and kind. An entry that vanishes between the
+// listing and the question about it is left out.
+bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* entries,
+                          std::string* error);
+
+// Opens the directory `path` as a handle that OpenForReading (file.h) takes, so that a file in
+// it opens by its name alone, however long the directory's path; returns the handle, or
+// kNoFile with the system's reason in *error. The handle is not inherited by the listing
+// command. Close it with CloseFile. A platform that cannot open directories as handles
+// keeps the path behind the handle and joins it to each name.
+int OpenDirectory(const std::string& path, std::string* error);
+
+}  // namespace tabrun::os
+
+#endif  // TABRUN_OS_DIRECTORY_H_

@@ -1,0 +1,51 @@
+// What every Windows file of the operating-system layer shares: names converted between the
+// program's UTF-8 and the Windows API's UTF-16, and the system's errors in the words that
+// Linux uses for them.
+
+#ifndef TABRUN_OS_TEXT_WIN32_H_
+#define TABRUN_OS_TEXT_WIN32_H_
+
+#include <windows.h>
+// windows.h makes CreateFile a macro, which would rename the layer's own CreateFile (file.h).
+#undef CreateFile
+
+#include <string>
+#include <string_view>
+
+namespace tabrun::os::win32 {
+
+// The UTF-16 form of the UTF-8 `text`; false when `text` is not valid UTF-8 (no file can have
+// such a name on Windows).
+bool Wide(std::string_view text, std::wstring* wide);
+
+// The UTF-8 form of the UTF-16 `wide`; a lone surrogate becomes U+FFFD.
+std::string Utf8(std::wstring_view wide);
+
+// `path` as the wide API should be given it: unchanged when it is short, and otherwise made
+// absolute, with backslashes, behind the \\?\ prefix that lifts the limit of 260 characters.
+std::wstring ApiPath(const std::wstring& path);
+
+// The text Linux's strerror gives for the cause of the Windows error `code` where there is one
+// ("No such file or directory", "Permission denied", "Is a directory", ...), else "Windows
+// error " and the code.
+std::string ErrorText(DWORD code);
+
+// Set by IgnoreBrokenPipe (process.h). Windows has no signal for a closed pipe: until the
+// program asks otherwise, a write to one ends the process as the signal would, with
+// kBrokenPipeStatus, what a POSIX shell shows for a process ended by SIGPIPE (128 + 13).
+extern bool broken_pipe_ignored;
+inline constexpr int kBrokenPipeStatus = 141;
+
+// The path of each directory that OpenDirectory (directory.h) has opened, by its handle:
+// OpenForReading joins it to a name, since Windows opens nothing relative to a handle.
+// Safe to call from any thread.
+void RememberDirectory(int directory, std::wstring path);
+std::wstring DirectoryPath(int directory);
+void ForgetDirectory(int directory);
+
+// The operating-system handle behind the program's handle `file`, or INVALID_HANDLE_VALUE.
+HANDLE SystemHandle(int file);
+
+}  // namespace tabrun::os::win32
+
+#endif  // TABRUN_OS_TEXT_WIN32_H_

@@ -60,8 +60,10 @@ class Firefox:
             raise AssertionError(f"{command}: {error['error']}: {error['message']}")
         return result.get("value", result) if isinstance(result, dict) else result
 
-    def errors(self): return [line for line in self.log.read().splitlines()
-                              if line.startswith(("console.error", "JavaScript error"))]
+    def errors(self):  # the browser's own modules (resource://, chrome://) are not the page
+        return [line for line in self.log.read().splitlines()
+                if line.startswith(("console.error", "JavaScript error"))
+                and not line.startswith(("JavaScript error: resource://", "JavaScript error: chrome://"))]
     def get(self, url): self("WebDriver:Navigate", url=url)
     def execute_script(self, script): return self("WebDriver:ExecuteScript", script=script)
     def execute_async_script(self, s): return self("WebDriver:ExecuteAsyncScript", script=s)

@@ -31,15 +31,17 @@ inline int UsableCpus() {
 // needs is not there yet. `worker` is the number of the thread that does the work, from 0 to
 // jobs - 1 (jobs - 1 for the one that calls Next()), so that each thread can keep state of its
 // own in a slot of the caller's. Indices are taken in order; at most `ahead` results are made
-// or wait to be taken at any time, so memory does not grow with `count`, and no more threads
-// are started than can work at once: min(jobs - 1, ahead, count). With one job, or when no
-// thread can be started, Next() does all the work itself, one index at a time.
+// or wait to be taken at any time, so memory does not grow with `count`. With one job, or when
+// no thread can be started, Next() does all the work itself, one index at a time.
 //
 // A thread takes an index only when its result has room in the window; when it has none, it
 // sleeps until Next() has made room for a batch of kBatch results, and then one sleeper is
-// woken, which works on until the window is full again. So a thread is woken only when it can
-// proceed, the threads beyond the ones the CPUs keep busy stay asleep, and however many jobs
-// are asked for, a batch of small logs costs about two thread switches per kBatch logs.
+// woken, which works on until the window is full again. Threads start as they are needed: one
+// per CPU at first (at most jobs - 1), then one more each time room for a batch is made while
+// none sleeps, that is while every thread is busy (waiting for a slow file system, say), up to
+// min(jobs - 1, ahead, count). So a thread is woken only when it can proceed, no more threads
+// run than keep the CPUs or the file system busy, and however many jobs are asked for, a batch
+// of small logs costs about two thread switches per kBatch logs.
 // Next() sleeps only when every index is taken or the window is full, and then until a batch
 // of kBatch results is there rather than one.
 template <typename Result>
@@ -55,16 +57,11 @@ class OrderedPool {
         ahead_(ahead),
         wake_every_(std::min(kBatch, ahead)),
         own_(std::max(jobs, 1) - 1),
+        most_threads_(std::min({static_cast<std::size_t>(own_), count, ahead})),
         work_(std::move(work)),
         slots_(ahead) {
-    const auto threads = std::min({static_cast<std::size_t>(own_), count, ahead});
-    for (std::size_t t = 0; t < threads; ++t) {
-      try {
-        threads_.emplace_back(&OrderedPool::Run, this, static_cast<int>(t));
-      } catch (const std::system_error&) {
-        break;  // fewer threads: Next() does the rest
-      }
-    }
+    const auto cpus = static_cast<std::size_t>(UsableCpus());
+    while (threads_.size() < std::min(most_threads_, cpus) && StartThread()) {}
   }
   // Stops the threads once each has finished the work in its hands; results not taken are
   // dropped.
@@ -95,11 +92,14 @@ class OrderedPool {
     slot.result.reset();
     slot.full.store(false, std::memory_order_relaxed);
     taken_.store(index + 1);
-    // Room for a batch was made: one sleeper, if any, takes it.
-    if ((index + 1) % wake_every_ == 0 && sleepers_.load() > 0 &&
-        claimed_.load() + wake_every_ <= index + 1 + ahead_) {
-      { const std::lock_guard<std::mutex> lock(mutex_); }
-      room_.notify_one();
+    // Room for a batch was made: one sleeper takes it, or when every thread is busy, one more.
+    if ((index + 1) % wake_every_ == 0 && claimed_.load() + wake_every_ <= index + 1 + ahead_) {
+      if (sleepers_.load() > 0) {
+        { const std::lock_guard<std::mutex> lock(mutex_); }
+        room_.notify_one();
+      } else {
+        StartThread();
+      }
     }
     return result;
   }
@@ -111,6 +111,18 @@ class OrderedPool {
     std::atomic<bool> full{false};  // result is there; set by a thread, cleared by Next()
   };
   static constexpr std::size_t kNobody = ~std::size_t{0};
+
+  // Starts one more thread unless most_threads_ run; false when none was started.
+  bool StartThread() {
+    if (threads_.size() >= most_threads_) return false;
+    try {
+      threads_.emplace_back(&OrderedPool::Run, this, static_cast<int>(threads_.size()));
+    } catch (const std::system_error&) {
+      most_threads_ = threads_.size();  // fewer threads: Next() does the rest
+      return false;
+    }
+    return true;
+  }
 
   // Takes the next index into *index, if there is one and room for its result. False when
   // there was none to take.
@@ -164,6 +176,7 @@ class OrderedPool {
   const std::size_t ahead_;
   const std::size_t wake_every_;  // Next() wakes a sleeper once per this many results taken
   const int own_;                 // the worker number of Next()'s own share
+  std::size_t most_threads_;      // threads_ grows up to this; used by Next()'s thread alone
   const Work work_;
   std::vector<Slot> slots_;
   std::atomic<std::size_t> claimed_{0};       // indices handed out to be worked on

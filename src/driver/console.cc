@@ -1,9 +1,8 @@
 #include "driver/console.h"
 
-#include <unistd.h>
-
 #include <string>
 
+#include "os/file.h"
 #include "recio/fatal.h"
 
 namespace tabrun {
@@ -14,7 +13,8 @@ constexpr char kFile[] = "standard output";
 
 }  // namespace
 
-Console::Console() : out_(STDOUT_FILENO), line_buffered_(isatty(STDOUT_FILENO) == 1) {}
+Console::Console()
+    : out_(os::kStandardOutput), line_buffered_(os::IsTerminal(os::kStandardOutput)) {}
 
 void Console::Write(std::string_view text) {
   if (text.empty()) return;

@@ -1,20 +1,15 @@
 #include "driver/direct_run.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <errno.h>
-
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <optional>
 
 #include "analysis/log_scan.h"
 #include "driver/console.h"
 #include "driver/ordered_pool.h"
+#include "os/directory.h"
+#include "os/file.h"
 #include "recio/log_directory.h"
 #include "recio/log_text.h"
 #include "recio/name_list.h"
@@ -59,9 +54,8 @@ struct Batch {
 Batch BatchOf(const std::vector<std::string>& paths) {
   Batch batch;
   for (const std::string& path : paths) {
-    struct stat st;
     Batch::Operand operand{batch.size(), nullptr, {}};
-    if (stat(path.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+    if (!os::IsDirectory(path)) {
       batch.names.Add(path);
     } else if (!ListLogNames(path, &batch.names, &operand.error)) {
       operand.error.insert(0, "cannot read the directory: ");
@@ -90,7 +84,7 @@ class Reader {
   Reader(const Reader&) = delete;
   Reader& operator=(const Reader&) = delete;
   ~Reader() {
-    if (directory_fd_ >= 0) close(directory_fd_);
+    if (directory_fd_ != os::kNoFile) os::CloseFile(directory_fd_);
   }
 
   // Reads log `index` of `batch` into its row, and for the page (`page`) its cells and, when
@@ -113,7 +107,8 @@ class Reader {
     std::string error;
     const int directory = DirectoryFd(operand, &error);
     const std::string name(batch.names[index]);
-    if (directory == -1 || text_.Open(directory, name, &error) != LogText::OpenResult::kOpened) {
+    if (directory == os::kNoFile ||
+        text_.Open(directory, name, &error) != LogText::OpenResult::kOpened) {
       return {UnreadableRow(std::move(path), "cannot open: " + error), {}, 0};
     }
     LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, 0};
@@ -125,23 +120,22 @@ class Reader {
     return read;
   }
 
-  // A descriptor of the directory of `operand`, or AT_FDCWD for a file PATH; -1 with the
-  // reason when it cannot be opened.
+  // A handle of the directory of `operand`, or os::kWorkingDirectory for a file PATH;
+  // os::kNoFile with the reason when it cannot be opened.
   int DirectoryFd(const Batch::Operand& operand, std::string* error) {
-    if (operand.directory == nullptr) return AT_FDCWD;
+    if (operand.directory == nullptr) return os::kWorkingDirectory;
     if (&operand != directory_) {
-      if (directory_fd_ >= 0) close(directory_fd_);
+      if (directory_fd_ != os::kNoFile) os::CloseFile(directory_fd_);
       directory_ = &operand;
-      directory_fd_ = open(operand.directory->c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-      if (directory_fd_ < 0) directory_error_ = std::strerror(errno);
+      directory_fd_ = os::OpenDirectory(*operand.directory, &directory_error_);
     }
-    if (directory_fd_ < 0) *error = directory_error_;
+    if (directory_fd_ == os::kNoFile) *error = directory_error_;
     return directory_fd_;
   }
 
   LogText text_;
   const Batch::Operand* directory_ = nullptr;  // whose directory directory_fd_ is
-  int directory_fd_ = -1;
+  int directory_fd_ = os::kNoFile;
   std::string directory_error_;
 };
 

@@ -1,16 +1,14 @@
 // tabrun: summarise the logs of a batch of refinement runs into log.res.
 
-#include <fcntl.h>
-#include <signal.h>
-#include <unistd.h>
-
 #include <string>
 
 #include "driver/command_line.h"
 #include "driver/console.h"
 #include "driver/direct_run.h"
-#include "driver/ordered_pool.h"
 #include "driver/run.h"
+#include "os/cpus.h"
+#include "os/file.h"
+#include "os/process.h"
 #include "recio/fatal.h"
 
 namespace {
@@ -25,33 +23,23 @@ int Print(const std::string& text) {
 int UsageError(const std::string& error) {
   if (!error.empty()) tabrun::PrintError(error);
   const std::string line = std::string(tabrun::kTryHelp) + "\n";
-  ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
-  (void)ignored;
+  std::size_t written;
+  std::string ignored;
+  tabrun::os::WriteAll(tabrun::os::kStandardError, line, &written, &ignored);
   return tabrun::kUsageExitStatus;
-}
-
-// Puts /dev/null on any of standard input, output and error that is closed, so that no file
-// tabrun opens can take its number and receive what is meant for it.
-void OpenStandardDescriptors() {
-  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-    if (fcntl(fd, F_GETFD) != -1) continue;
-    const int null = open("/dev/null", O_RDWR);
-    // open takes the lowest free number, which is `fd`; anything else is not ours to keep.
-    if (null != fd && null >= 0) close(null);
-  }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  OpenStandardDescriptors();
+  tabrun::os::OpenStandardHandles();
   const tabrun::CommandLine line = tabrun::ParseCommandLine(argc, argv);
-  const int jobs = line.jobs != 0 ? line.jobs : tabrun::UsableCpus();
+  const int jobs = line.jobs != 0 ? line.jobs : tabrun::os::UsableCpus();
   switch (line.command) {
     case tabrun::Command::kRun:
       // A closed pipe on standard output becomes a write error with a message, not a silent
       // death that would leave log.res unflushed.
-      signal(SIGPIPE, SIG_IGN);
+      tabrun::os::IgnoreBrokenPipe();
       return tabrun::RunBatch(jobs);
     case tabrun::Command::kCsv:
       return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths, jobs);

@@ -3,8 +3,6 @@
 #ifndef TABRUN_DRIVER_ORDERED_POOL_H_
 #define TABRUN_DRIVER_ORDERED_POOL_H_
 
-#include <sched.h>
-
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
@@ -16,14 +14,9 @@
 #include <thread>
 #include <vector>
 
-namespace tabrun {
+#include "os/cpus.h"
 
-// The number of CPUs this process may run on, at least 1.
-inline int UsableCpus() {
-  cpu_set_t set;
-  if (sched_getaffinity(0, sizeof set, &set) != 0) return 1;
-  return std::max(1, CPU_COUNT(&set));
-}
+namespace tabrun {
 
 // Runs work(index, worker) for every index from 0 to count - 1 on `jobs` threads, and hands
 // the results back in the order of the indices through Next(). The thread that calls Next() is
@@ -60,7 +53,7 @@ class OrderedPool {
         most_threads_(std::min({static_cast<std::size_t>(own_), count, ahead})),
         work_(std::move(work)),
         slots_(ahead) {
-    const auto cpus = static_cast<std::size_t>(UsableCpus());
+    const auto cpus = static_cast<std::size_t>(os::UsableCpus());
     while (threads_.size() < std::min(most_threads_, cpus) && StartThread()) {}
   }
   // Stops the threads once each has finished the work in its hands; results not taken are

@@ -1,8 +1,10 @@
 #include "driver/progress.h"
 
-#include <unistd.h>
-
+#include <chrono>
 #include <cstdio>
+#include <string>
+
+#include "os/file.h"
 
 namespace tabrun {
 namespace {
@@ -14,25 +16,23 @@ constexpr double kRedraw = 0.2;
 // Carriage return, and erase to the end of the line.
 constexpr char kClear[] = "\r\033[K";
 
-double SecondsSince(const timespec& start) {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<double>(now.tv_sec - start.tv_sec) + (now.tv_nsec - start.tv_nsec) / 1e9;
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 void WriteError(const char* text, std::size_t length) {
-  ssize_t ignored = write(STDERR_FILENO, text, length);
-  (void)ignored;
+  std::size_t written;
+  std::string ignored;
+  os::WriteAll(os::kStandardError, {text, length}, &written, &ignored);
 }
 
 }  // namespace
 
 Progress::Progress(std::uint64_t total)
     : total_(total),
-      enabled_(isatty(STDERR_FILENO) == 1),
-      output_is_terminal_(isatty(STDOUT_FILENO) == 1) {
-  clock_gettime(CLOCK_MONOTONIC, &start_);
-}
+      enabled_(os::IsTerminal(os::kStandardError)),
+      output_is_terminal_(os::IsTerminal(os::kStandardOutput)),
+      start_(std::chrono::steady_clock::now()) {}
 
 void Progress::Done(std::uint64_t bytes) {
   ++done_;

@@ -3,8 +3,8 @@
 #ifndef TABRUN_DRIVER_PROGRESS_H_
 #define TABRUN_DRIVER_PROGRESS_H_
 
+#include <chrono>
 #include <cstdint>
-#include <ctime>
 
 namespace tabrun {
 
@@ -37,7 +37,7 @@ class Progress {
   bool shown_ = false;
   std::uint64_t done_ = 0;
   std::uint64_t bytes_ = 0;
-  timespec start_{};
+  const std::chrono::steady_clock::time_point start_;
   double last_draw_ = 0;
 };
 

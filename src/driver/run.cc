@@ -1,12 +1,5 @@
 #include "driver/run.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,12 +8,13 @@
 #include "driver/console.h"
 #include "driver/listing.h"
 #include "driver/ordered_pool.h"
+#include "os/file.h"
+#include "os/process.h"
 #include "recio/fatal.h"
 #include "recio/log_text.h"
 #include "recio/name_list.h"
 #include "recio/output_unit.h"
 #include "recio/read_ahead.h"
-#include "recio/shell.h"
 #include "report/summary_lines.h"
 
 namespace tabrun {
@@ -50,11 +44,15 @@ class Streams {
     results_.emplace(fd);
   }
   // The files that log.res and standard output are.
-  std::vector<struct stat> WrittenFiles() const {
-    std::vector<struct stat> files;
-    for (const int fd : {results_ ? results_->fd() : -1, STDOUT_FILENO}) {
-      struct stat st;
-      if (fd >= 0 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) files.push_back(st);
+  std::vector<os::FileIdentity> WrittenFiles() const {
+    std::vector<os::FileIdentity> files;
+    for (const int fd : {results_ ? results_->fd() : os::kNoFile, os::kStandardOutput}) {
+      os::FileStatus status;
+      std::string ignored;
+      if (fd != os::kNoFile && os::Describe(fd, &status, &ignored) &&
+          status.kind == os::FileKind::kRegular) {
+        files.push_back(status.identity);
+      }
     }
     return files;
   }
@@ -89,9 +87,9 @@ NameList LoadListing(LogText& text, Streams& out) {
     case LogText::OpenResult::kOpened:
       break;
     case LogText::OpenResult::kMissing: {
-      const int fd = open(kListingFile, O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-      if (fd < 0) out.Fatal(kListingUnit, kListingFile, "cannot open", std::strerror(errno));
-      close(fd);
+      const int fd = os::CreateFile(kListingFile, &error);
+      if (fd == os::kNoFile) out.Fatal(kListingUnit, kListingFile, "cannot open", error);
+      os::CloseFile(fd);
       return {};
     }
     case LogText::OpenResult::kFailed:
@@ -113,11 +111,12 @@ struct LogRead {
 };
 
 // Opens and scans the log `path`, unless it is one of the files in `written`.
-LogRead ReadLog(const std::string& path, LogText& log, const std::vector<struct stat>& written) {
+LogRead ReadLog(const std::string& path, LogText& log,
+                const std::vector<os::FileIdentity>& written) {
   LogRead read;
   read.open = log.Open(path, &read.error);
   if (read.open != LogText::OpenResult::kOpened) return read;
-  for (const struct stat& file : written) read.written = read.written || log.Is(file);
+  for (const os::FileIdentity& file : written) read.written = read.written || log.Is(file);
   if (read.written) {
     log.Close();
     return read;
@@ -171,8 +170,7 @@ int RunBatch(int jobs) {
   // The banner must be out before anything the listing command prints.
   out.console.Flush();
   // The listing must not depend on how the user has ls quote names.
-  unsetenv("QUOTING_STYLE");
-  if (CommandDidNotRun(RunShellCommand(kListingCommand))) {
+  if (!os::RunShellCommand(kListingCommand, {"QUOTING_STYLE"})) {
     // The run goes on with whatever list_log holds; the shell has said why on its own.
     PrintError("the listing command could not run ls; 'tabrun --csv .' reads any number of logs");
   }
@@ -196,7 +194,7 @@ int RunBatch(int jobs) {
 
   // Workers read the logs ahead of the writer; log.res and standard output, which this run
   // writes, are read by the writer itself at their turn, as they stand then.
-  const std::vector<struct stat> written = out.WrittenFiles();
+  const std::vector<os::FileIdentity> written = out.WrittenFiles();
   ReadAhead ahead(paths.size(), [&paths](std::size_t index) { return std::string(paths[index]); });
   std::vector<LogText> texts(static_cast<std::size_t>(jobs));
   OrderedPool<LogRead> pool(paths.size(), jobs, [&](std::size_t index, int worker) {

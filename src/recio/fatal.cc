@@ -1,9 +1,9 @@
 #include "recio/fatal.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <string>
+
+#include "os/file.h"
 
 namespace tabrun {
 namespace {
@@ -35,8 +35,9 @@ void PrintError(std::string_view message) {
   std::string line = "tabrun: " + Printable(message);
   line.push_back('\n');
   // One write, so that the line cannot be interleaved with anything else.
-  ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
-  (void)ignored;
+  std::size_t written;
+  std::string ignored;
+  os::WriteAll(os::kStandardError, line, &written, &ignored);
 }
 
 void FatalIoError(std::string_view unit, std::string_view file, std::string_view what,

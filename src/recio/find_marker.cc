@@ -8,15 +8,16 @@
 #include <immintrin.h>
 #endif
 
+#include "os/bytes.h"
+
 namespace tabrun {
 namespace {
 
 constexpr std::size_t kNotFound = std::string_view::npos;
 
 std::size_t FindScalar(std::string_view haystack, std::string_view marker) {
-  const void* hit = memmem(haystack.data(), haystack.size(), marker.data(), marker.size());
-  return hit == nullptr ? kNotFound
-                        : static_cast<std::size_t>(static_cast<const char*>(hit) - haystack.data());
+  const char* hit = os::FindBytes(haystack.data(), haystack.size(), marker.data(), marker.size());
+  return hit == nullptr ? kNotFound : static_cast<std::size_t>(hit - haystack.data());
 }
 
 #if defined(__x86_64__)

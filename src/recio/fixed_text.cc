@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "os/bytes.h"
+
 namespace tabrun {
 
 FixedText::FixedText() { data_.fill(' '); }
@@ -61,9 +63,9 @@ int IndexLast(std::string_view text, std::string_view pattern) {
   // whole pattern at every position of the text.
   size_t starts = text.size() < pattern.size() ? 0 : text.size() - pattern.size() + 1;
   while (starts > 0) {
-    const void* hit = memrchr(text.data(), pattern.front(), starts);
+    const char* hit = os::LastByte(text.data(), pattern.front(), starts);
     if (hit == nullptr) break;
-    const auto at = static_cast<size_t>(static_cast<const char*>(hit) - text.data());
+    const auto at = static_cast<size_t>(hit - text.data());
     if (text.substr(at, pattern.size()) == pattern) return static_cast<int>(at) + 1;
     starts = at;
   }

@@ -1,15 +1,11 @@
 #include "recio/log_text.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 
+#include "os/bytes.h"
+#include "os/read_ahead_hint.h"
 #include "recio/find_marker.h"
-#include "recio/read_ahead.h"
 
 namespace tabrun {
 namespace {
@@ -18,11 +14,10 @@ namespace {
 // or an error. Sets *cold when some of them had to come from the disk.
 std::size_t ReadAt(int fd, char* out, std::size_t length, std::uint64_t offset, bool* cold) {
   // What the page cache holds first; the plain reads below wait for the rest.
-  const std::size_t cached = ReadCached(fd, out, length, offset, cold);
+  const std::size_t cached = os::ReadCached(fd, out, length, offset, cold);
   std::size_t have = cached;
   while (have < length) {
-    const ssize_t got = pread(fd, out + have, length - have, static_cast<off_t>(offset + have));
-    if (got < 0 && errno == EINTR) continue;
+    const std::int64_t got = os::ReadAt(fd, out + have, length - have, offset + have);
     if (got <= 0) break;
     if (cached > 0) *cold = true;  // the cache held only the start
     have += static_cast<std::size_t>(got);
@@ -37,36 +32,23 @@ LogText::LogText(std::size_t window) : window_(std::max(window, kMinWindow)) {}
 LogText::OpenResult LogText::Open(int directory, const std::string& path, std::string* error) {
   Close();
   cold_ = false;
-  // A name holding a NUL byte cannot name a file.
-  if (path.find('\0') != std::string::npos) {
-    *error = std::strerror(ENOENT);
-    return OpenResult::kMissing;
-  }
-  // O_NONBLOCK keeps a fifo that was listed by accident from blocking the open.
-  const int fd = openat(directory, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (fd < 0) {
-    const int open_errno = errno;
-    struct stat st;
-    const bool missing = fstatat(directory, path.c_str(), &st, 0) != 0;
-    *error = std::strerror(missing ? errno : open_errno);
-    return missing ? OpenResult::kMissing : OpenResult::kFailed;
-  }
-  struct stat st;
-  const char* reason = nullptr;
-  if (fstat(fd, &st) != 0) {
-    reason = std::strerror(errno);
-  } else if (!S_ISREG(st.st_mode)) {
-    reason = S_ISDIR(st.st_mode) ? std::strerror(EISDIR) : "not a regular file";
-  }
-  if (reason != nullptr) {
-    *error = reason;
-    close(fd);
+  // The open does not wait, so that a fifo listed by accident cannot stop the run.
+  int fd = os::kNoFile;
+  const OpenResult opened = os::OpenForReading(directory, path, &fd, error);
+  if (opened != OpenResult::kOpened) return opened;
+  os::FileStatus status;
+  const bool described = os::Describe(fd, &status, error);
+  if (!described || status.kind != os::FileKind::kRegular) {
+    if (described) {
+      *error = status.kind == os::FileKind::kDirectory ? os::IsDirectoryText()
+                                                       : "not a regular file";
+    }
+    os::CloseFile(fd);
     return OpenResult::kFailed;
   }
   fd_ = fd;
-  device_ = st.st_dev;
-  inode_ = st.st_ino;
-  size_ = static_cast<std::uint64_t>(st.st_size);
+  identity_ = status.identity;
+  size_ = status.size;
   // Files in /proc, and some on network and FUSE file systems, say they are empty and still
   // hold bytes: such a file is read to its end to learn its length. Fill ends the text at the
   // first window that comes back short.
@@ -80,11 +62,8 @@ LogText::OpenResult LogText::Open(int directory, const std::string& path, std::s
 bool LogText::Close(std::string* error) {
   bool ok = true;
   if (fd_ >= 0) {
-    if (close(fd_) != 0 && errno != EINTR) {
-      ok = false;
-      if (error != nullptr) *error = std::strerror(errno);
-    }
-    fd_ = -1;
+    ok = os::CloseFile(fd_, error);
+    fd_ = os::kNoFile;
   }
   size_ = 0;
   buffer_offset_ = 0;
@@ -127,9 +106,9 @@ std::uint64_t LogText::LastLineFeed(std::uint64_t low, std::uint64_t high, int n
     const std::string_view bytes = Bytes(at, high - at).substr(0, high - at);
     // Every line feed of this stretch, from its end on: records are short, windows long.
     for (std::size_t end = bytes.size(); end > 0;) {
-      const void* lf = memrchr(bytes.data(), '\n', end);
+      const char* lf = os::LastByte(bytes.data(), '\n', end);
       if (lf == nullptr) break;
-      end = static_cast<std::size_t>(static_cast<const char*>(lf) - bytes.data());
+      end = static_cast<std::size_t>(lf - bytes.data());
       if (--n == 0) return at + end;
     }
     high = at;

@@ -3,9 +3,6 @@
 #ifndef TABRUN_RECIO_LOG_TEXT_H_
 #define TABRUN_RECIO_LOG_TEXT_H_
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -15,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "os/file.h"
 #include "recio/fixed_text.h"
 
 namespace tabrun {
@@ -31,12 +29,9 @@ namespace tabrun {
 // batch: its window is kept from one file to the next.
 class LogText {
  public:
-  enum class OpenResult {
-    kOpened,
-    kMissing,  // no file of that name exists: a dangling link, a loop and a name holding a
-               // NUL byte count as missing
-    kFailed,   // it exists but cannot be read
-  };
+  // kMissing: no file of that name exists (a dangling link, a loop and a name holding a NUL
+  // byte count as missing); kFailed: it exists but cannot be read.
+  using OpenResult = os::OpenResult;
 
   static constexpr std::size_t kDefaultWindow = 256 << 10;
   // The smallest window: two whole records of kRecordLength columns and their line ends.
@@ -49,12 +44,12 @@ class LogText {
   LogText& operator=(const LogText&) = delete;
 
   // Opens `path`, relative to the open directory `directory` (or to the working directory
-  // for AT_FDCWD), for reading, closing whatever was open before, and puts the reason in
+  // for os::kWorkingDirectory), for reading, closing whatever was open before, and puts the reason in
   // *error when it cannot. A directory, or anything else that is not a regular file, fails. A
   // file that says it is empty is read to its end at once, to learn how long it really is.
   OpenResult Open(int directory, const std::string& path, std::string* error);
   OpenResult Open(const std::string& path, std::string* error) {
-    return Open(AT_FDCWD, path, error);
+    return Open(os::kWorkingDirectory, path, error);
   }
 
   // Closes the file; harmless when nothing is open. Returns false with the operating
@@ -65,8 +60,8 @@ class LogText {
   // the page cache.
   bool cold() const { return cold_; }
 
-  // True when the open file is the file `st` describes.
-  bool Is(const struct stat& st) const { return st.st_dev == device_ && st.st_ino == inode_; }
+  // True when the open file is the file `identity` names.
+  bool Is(const os::FileIdentity& identity) const { return identity == identity_; }
 
   // The length of the text in bytes. A file that turns out shorter than it said, or a read
   // error, ends the text where the bytes stopped: size() then shrinks to that point.
@@ -124,8 +119,7 @@ class LogText {
   std::unique_ptr<char[]> buffer_;   // window_ bytes, made on the first read
   std::uint64_t buffer_offset_ = 0;  // file offset of buffer_[0]
   std::size_t buffer_length_ = 0;    // valid bytes in buffer_
-  dev_t device_ = 0;                 // the open file
-  ino_t inode_ = 0;
+  os::FileIdentity identity_;        // the open file
   bool cold_ = false;
 };
 

@@ -1,24 +1,15 @@
 #include "recio/read_ahead.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/uio.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <system_error>
 
+#include "os/file.h"
+#include "os/read_ahead_hint.h"
+
 namespace tabrun {
 
-std::size_t ReadCached(int fd, char* out, std::size_t length, std::uint64_t offset, bool* cold) {
-  iovec vector = {out, length};
-  const ssize_t got = preadv2(fd, &vector, 1, static_cast<off_t>(offset), RWF_NOWAIT);
-  if (got < 0 && (errno == EAGAIN || errno == EOPNOTSUPP)) *cold = true;
-  return got > 0 ? static_cast<std::size_t>(got) : 0;
-}
-
 ReadAhead::ReadAhead(std::size_t count, PathOf path_of)
-    : count_(count), path_of_(std::move(path_of)) {}
+    : count_(count), path_of_(std::move(path_of)), hint_works_(os::ReadAheadHintWorks()) {}
 
 ReadAhead::~ReadAhead() {
   {
@@ -30,7 +21,7 @@ ReadAhead::~ReadAhead() {
 }
 
 void ReadAhead::Reached(std::size_t index, bool cold) {
-  if (!cold && !active_.load(std::memory_order_relaxed)) return;
+  if (!hint_works_ || (!cold && !active_.load(std::memory_order_relaxed))) return;
   bool wake = false;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -54,15 +45,18 @@ void ReadAhead::Reached(std::size_t index, bool cold) {
 }
 
 bool ReadAhead::Advise(std::size_t index) {
-  // O_NONBLOCK and O_NOCTTY: a fifo or a terminal listed by accident must not stop the thread.
-  const int fd = open(path_of_(index).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (fd < 0) return false;
+  // The open does not wait: a fifo or a terminal listed by accident must not stop the thread.
+  int file = os::kNoFile;
+  std::string ignored;
+  if (os::OpenForReading(os::kWorkingDirectory, path_of_(index), &file, &ignored) !=
+      os::OpenResult::kOpened) {
+    return false;
+  }
   char byte;
   bool cold = false;
-  ReadCached(fd, &byte, 1, 0, &cold);
-  // The kernel stops at the end of the file; anything but a regular file just says no.
-  if (cold) posix_fadvise(fd, 0, kStartBytes, POSIX_FADV_WILLNEED);
-  close(fd);
+  os::ReadCached(file, &byte, 1, 0, &cold);
+  if (cold) os::HintReadAhead(file, kStartBytes);
+  os::CloseFile(file);
   return cold;
 }
 

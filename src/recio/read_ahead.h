@@ -14,16 +14,9 @@
 
 namespace tabrun {
 
-// Reads up to `length` bytes at `offset` of `fd` from the page cache alone, without waiting for
-// the disk, and returns how many it read: 0 when none are cached, at the end of the file, or
-// on an error. Sets *cold when the disk would have to be read, which also sets the kernel's own
-// read-ahead going, and where the file system cannot tell (tmpfs, /proc, some network file
-// systems): there every log is helped as if the cache were cold.
-std::size_t ReadCached(int fd, char* out, std::size_t length, std::uint64_t offset, bool* cold);
-
 // Keeps the disk busy on a cold cache: while log i is read, the kernel is already reading
 // the next kLogs logs. A thread of its own opens each of them, asks for at most its first
-// kStartBytes with posix_fadvise and closes it again, so asking costs the readers nothing, at
+// kStartBytes of the system and closes it again, so asking costs the readers nothing, at
 // most one extra file descriptor is open at any time, and at most kLogs * kStartBytes bytes
 // are asked for ahead of the readers. Of a big log only the start is asked for: from there
 // on the kernel's own read-ahead for sequential reading does better.
@@ -33,6 +26,8 @@ std::size_t ReadCached(int fd, char* out, std::size_t length, std::uint64_t offs
 // (with a read that must not wait), advises only the logs whose start is not, and goes back to
 // sleep after kLogs cached logs in a row, until a reader finds a cold log again. While it
 // sleeps, Reached costs one atomic load.
+//
+// Where the system cannot be asked (os/read_ahead_hint.h), no thread is started at all.
 //
 // The advice is only a hint. A log that is missing, unreadable, changed or replaced by the
 // time it is read is read as it is then, and nothing here reports an error.
@@ -62,6 +57,7 @@ class ReadAhead {
 
   const std::size_t count_;
   const PathOf path_of_;
+  const bool hint_works_;
   std::atomic<bool> active_{false};  // the batch looks cold: the thread advises
   std::mutex mutex_;
   std::condition_variable wake_;

@@ -1,0 +1,17 @@
+// Linux counts the CPUs of the process's affinity mask, which taskset and cgroups narrow.
+
+#include "os/cpus.h"
+
+#include <sched.h>
+
+#include <algorithm>
+
+namespace tabrun::os {
+
+int UsableCpus() {
+  cpu_set_t set;
+  if (sched_getaffinity(0, sizeof set, &set) != 0) return 1;
+  return std::max(1, CPU_COUNT(&set));
+}
+
+}  // namespace tabrun::os

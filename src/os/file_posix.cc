@@ -1,0 +1,86 @@
+#include "os/file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+
+namespace tabrun::os {
+namespace {
+
+int SystemDirectory(int directory) { return directory == kWorkingDirectory ? AT_FDCWD : directory; }
+
+}  // namespace
+
+OpenResult OpenForReading(int directory, const std::string& path, int* file, std::string* error) {
+  // A C name ends at its first NUL byte: such a name would open some other file.
+  if (path.find('\0') != std::string::npos) {
+    *error = std::strerror(ENOENT);
+    return OpenResult::kMissing;
+  }
+  const int at = SystemDirectory(directory);
+  *file = openat(at, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (*file >= 0) return OpenResult::kOpened;
+  const int open_errno = errno;
+  // Missing when the name leads nowhere; otherwise it exists and the open's reason counts.
+  struct stat st;
+  const bool missing = fstatat(at, path.c_str(), &st, 0) != 0;
+  *error = std::strerror(missing ? errno : open_errno);
+  return missing ? OpenResult::kMissing : OpenResult::kFailed;
+}
+
+bool Describe(int file, FileStatus* status, std::string* error) {
+  struct stat st;
+  if (fstat(file, &st) != 0) {
+    *error = std::strerror(errno);
+    return false;
+  }
+  status->kind = S_ISREG(st.st_mode)   ? FileKind::kRegular
+                 : S_ISDIR(st.st_mode) ? FileKind::kDirectory
+                                       : FileKind::kOther;
+  status->size = static_cast<std::uint64_t>(st.st_size);
+  status->identity = {static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)};
+  return true;
+}
+
+std::string IsDirectoryText() { return std::strerror(EISDIR); }
+
+std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offset) {
+  for (;;) {
+    const ssize_t got = pread(file, out, length, static_cast<off_t>(offset));
+    if (got >= 0 || errno != EINTR) return got;
+  }
+}
+
+bool CloseFile(int file, std::string* error) {
+  // After an interrupted close the descriptor is gone on Linux and macOS alike.
+  if (close(file) == 0 || errno == EINTR) return true;
+  if (error != nullptr) *error = std::strerror(errno);
+  return false;
+}
+
+int CreateFile(const std::string& path, std::string* error) {
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (file < 0) *error = std::strerror(errno);
+  return file;
+}
+
+bool WriteAll(int file, std::string_view bytes, std::size_t* written, std::string* error) {
+  *written = 0;
+  while (*written < bytes.size()) {
+    const ssize_t n = write(file, bytes.data() + *written, bytes.size() - *written);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) {
+      *error = std::strerror(n < 0 ? errno : EIO);
+      return false;
+    }
+    *written += static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+bool IsTerminal(int file) { return isatty(file) == 1; }
+
+}  // namespace tabrun::os

@@ -6,22 +6,50 @@
 #   chmod    "MODE PATH" lines applied before the run; as root, tabrun then runs as nobody
 #   setup    a bash script run in the work dir before the run
 #   close    the descriptors (e.g. "2") that tabrun starts with closed
+#   platforms  the words of linux, posix, windows where the case can run (absent: everywhere)
 #   expect/  stdout, stderr, status, `files` (LC_ALL=C ls -A of the work dir) and any file
 #            of the work dir by its name
 # Every case runs with -j 1, -j 2 and -j 8 in front of its args (JOBS="..." to choose), and
 # each run must give the expected output.
-# Usage: bash tests/run_cases.sh [--update] TABRUN_BINARY [CASE_DIR...]
+# Usage: bash tests/run_cases.sh [--update] [--platform NAME] [--emulator 'COMMAND ARGS']
+#          TABRUN_BINARY [CASE_DIR...]
 # --update records the actual stdout, stderr, status and every file already in expect/, of
-# the first run.
+# the first run. --platform (default linux) skips the cases not meant for it; --emulator puts
+# a command (qemu-aarch64 -L /, wine) in front of every run of the binary.
+# It runs on bash 3.2, and without GNU timeout.
 set -euo pipefail
 
-update=false
-if [[ ${1:-} == --update ]]; then update=true; shift; fi
-if (($# < 1)); then echo "usage: bash $0 [--update] TABRUN_BINARY [CASE_DIR...]" >&2; exit 2; fi
-binary=$(realpath "$1")
+update=false platform=linux emulator=()
+while (($#)); do
+  case $1 in
+    --update) update=true; shift ;;
+    --platform) platform=$2; shift 2 ;;
+    --emulator) read -r -a emulator <<< "$2"; shift 2 ;;
+    *) break ;;
+  esac
+done
+if (($# < 1)); then
+  echo "usage: bash $0 [--update] [--platform NAME] [--emulator 'COMMAND ARGS'] TABRUN_BINARY [CASE_DIR...]" >&2
+  exit 2
+fi
+# The runs see only a fixed PATH: the emulator is found now.
+if ((${#emulator[@]})); then emulator[0]=$(command -v "${emulator[0]}"); fi
+binary=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 shift
 cases=("$@")
 ((${#cases[@]})) || cases=("$(dirname "$0")"/cases/*/)
+
+# At most 120 seconds a run: GNU timeout where there is one, a watchdog elsewhere (macOS).
+limit() {
+  if command -v timeout > /dev/null; then timeout 120 "$@"; return; fi
+  "$@" &
+  local pid=$! status=0
+  (sleep 120 && kill -9 "$pid") 2> /dev/null &
+  local dog=$!
+  wait "$pid" || status=$?
+  kill "$dog" 2> /dev/null || true
+  return "$status"
+}
 
 scratch=""
 cleanup() {
@@ -34,7 +62,7 @@ trap cleanup EXIT
 # beside it.
 run_case() {
   local dir=$1 path=/usr/local/bin:/usr/bin:/bin bin=$binary status=0 mode file
-  local run=(timeout 120) args=(-j "$2") envs=() closer=()
+  local run=(limit) args=(-j "$2") envs=() closer=() line
   scratch=$(mktemp -d "${TMPDIR:-/tmp}/tabrun-case.XXXXXX")
   mkdir "$scratch/bin"
   if [[ -d $dir/work ]]; then cp -a "$dir/work" "$scratch/work"; else mkdir "$scratch/work"; fi
@@ -44,8 +72,8 @@ run_case() {
     chmod 755 "$scratch/bin/ls"
     path=$scratch/bin:$path
   fi
-  if [[ -f $dir/args ]]; then mapfile -t -O 2 args < "$dir/args"; fi
-  if [[ -f $dir/env ]]; then mapfile -t envs < "$dir/env"; fi
+  if [[ -f $dir/args ]]; then while IFS= read -r line; do args+=("$line"); done < "$dir/args"; fi
+  if [[ -f $dir/env ]]; then while IFS= read -r line; do envs+=("$line"); done < "$dir/env"; fi
   if [[ -f $dir/setup ]]; then (cd "$scratch/work" && bash "$dir/setup"); fi
   if [[ -f $dir/close ]]; then
     closer=(bash -c 'for fd in '"$(cat "$dir/close")"'; do eval "exec $fd>&-"; done; exec "$@"' -)
@@ -59,15 +87,20 @@ run_case() {
     fi
   fi
   (cd "$scratch/work" \
-    && "${run[@]}" env -i "PATH=$path" LC_ALL=C "${envs[@]}" "${closer[@]}" "$bin" "${args[@]}") \
+    && "${run[@]}" env -i "PATH=$path" LC_ALL=C ${envs[@]+"${envs[@]}"} ${closer[@]+"${closer[@]}"} \
+      ${emulator[@]+"${emulator[@]}"} "$bin" "${args[@]}") \
     < /dev/null > "$scratch/stdout" 2> "$scratch/stderr" || status=$?
   echo "$status" > "$scratch/status"
   (cd "$scratch/work" && LC_ALL=C ls -A) > "$scratch/files"
 }
 
-passed=0 failed=0
+passed=0 failed=0 skipped=0
 for dir in "${cases[@]}"; do
-  dir=$(realpath "${dir%/}") name=$(basename "$dir") ok=true first=true
+  dir=$(cd "$dir" && pwd) name=$(basename "$dir") ok=true first=true
+  if [[ -f $dir/platforms ]] && ! grep -qw -- "$platform" "$dir/platforms"; then
+    echo "skip $name (platforms: $(cat "$dir/platforms"))" && skipped=$((skipped + 1))
+    continue
+  fi
   for jobs in ${JOBS:-1 2 8}; do
     run_case "$dir" "$jobs"
     if $update && $first; then mkdir -p "$dir/expect"; fi
@@ -78,8 +111,8 @@ for dir in "${cases[@]}"; do
       if $update && $first && [[ -f $actual ]]; then
         cp "$actual" "$expected"
       elif ! cmp -s "$expected" "$actual"; then
-        echo "  $name -j $jobs: $file differs (< expected, > actual, cat -A):"
-        diff <(cat -A "$expected" 2>&1) <(cat -A "$actual" 2>&1) | head -20 | cut -c1-200 || true
+        echo "  $name -j $jobs: $file differs (< expected, > actual, cat -vet):"
+        diff <(cat -vet "$expected" 2>&1) <(cat -vet "$actual" 2>&1) | head -20 | cut -c1-200 || true
         ok=false
       fi
     done
@@ -89,5 +122,5 @@ for dir in "${cases[@]}"; do
   if $ok; then echo "ok   $name" && passed=$((passed + 1))
   else echo "FAIL $name" && failed=$((failed + 1)); fi
 done
-echo "$passed passed, $failed failed"
+echo "$passed passed, $failed failed, $skipped skipped"
 ((failed == 0))

@@ -107,8 +107,12 @@ class Reader {
     std::string error;
     const int directory = DirectoryFd(operand, &error);
     const std::string name(batch.names[index]);
+    // A pipe named as a PATH, as in --csv <(zcat run.log.gz), is read to its end; one found in
+    // a directory, like the default mode's, only as far as it holds bytes now.
+    const auto stream = operand.directory == nullptr ? LogText::Stream::kPipeToItsEnd
+                                                     : LogText::Stream::kWhatIsThere;
     if (directory == os::kNoFile ||
-        text_.Open(directory, name, &error) != LogText::OpenResult::kOpened) {
+        text_.Open(directory, name, &error, stream) != LogText::OpenResult::kOpened) {
       return {UnreadableRow(std::move(path), "cannot open: " + error), {}, 0};
     }
     LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, 0};

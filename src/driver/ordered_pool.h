@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <ctime>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -31,8 +33,9 @@ namespace tabrun {
 // sleeps until Next() has made room for a batch of kBatch results, and then one sleeper is
 // woken, which works on until the window is full again. Threads start as they are needed: one
 // per CPU at first (at most jobs - 1), then one more each time room for a batch is made while
-// none sleeps, that is while every thread is busy (waiting for a slow file system, say), up to
-// min(jobs - 1, ahead, count). So a thread is woken only when it can proceed, no more threads
+// none sleeps and the CPUs were less than half busy with this process since the last batch:
+// then the threads wait for the file system (a network one, say), and more of them help. Up
+// to min(jobs - 1, ahead, count) threads start. So a thread is woken only when it can proceed, no more threads
 // run than keep the CPUs or the file system busy, and however many jobs are asked for, a batch
 // of small logs costs about two thread switches per kBatch logs.
 // Next() sleeps only when every index is taken or the window is full, and then until a batch
@@ -53,8 +56,7 @@ class OrderedPool {
         most_threads_(std::min({static_cast<std::size_t>(own_), count, ahead})),
         work_(std::move(work)),
         slots_(ahead) {
-    const auto cpus = static_cast<std::size_t>(os::UsableCpus());
-    while (threads_.size() < std::min(most_threads_, cpus) && StartThread()) {}
+    while (threads_.size() < std::min(most_threads_, cpus_) && StartThread()) {}
   }
   // Stops the threads once each has finished the work in its hands; results not taken are
   // dropped.
@@ -85,13 +87,17 @@ class OrderedPool {
     slot.result.reset();
     slot.full.store(false, std::memory_order_relaxed);
     taken_.store(index + 1);
-    // Room for a batch was made: one sleeper takes it, or when every thread is busy, one more.
-    if ((index + 1) % wake_every_ == 0 && claimed_.load() + wake_every_ <= index + 1 + ahead_) {
-      if (sleepers_.load() > 0) {
-        { const std::lock_guard<std::mutex> lock(mutex_); }
-        room_.notify_one();
-      } else {
-        StartThread();
+    if ((index + 1) % wake_every_ == 0) {
+      const bool waiting = CpusMostlyIdle();
+      // Room for a batch was made: one sleeper takes it, or when every thread is busy waiting
+      // for the file system, one more.
+      if (claimed_.load() + wake_every_ <= index + 1 + ahead_) {
+        if (sleepers_.load() > 0) {
+          { const std::lock_guard<std::mutex> lock(mutex_); }
+          room_.notify_one();
+        } else if (waiting) {
+          StartThread();
+        }
       }
     }
     return result;
@@ -104,6 +110,17 @@ class OrderedPool {
     std::atomic<bool> full{false};  // result is there; set by a thread, cleared by Next()
   };
   static constexpr std::size_t kNobody = ~std::size_t{0};
+
+  // True when this process kept its CPUs less than half busy since the last call.
+  bool CpusMostlyIdle() {
+    const std::clock_t cpu = std::clock();
+    const auto now = std::chrono::steady_clock::now();
+    const double busy = static_cast<double>(cpu - last_cpu_) / CLOCKS_PER_SEC;
+    const double wall = std::chrono::duration<double>(now - last_wall_).count();
+    last_cpu_ = cpu;
+    last_wall_ = now;
+    return busy < 0.5 * wall * static_cast<double>(cpus_);
+  }
 
   // Starts one more thread unless most_threads_ run; false when none was started.
   bool StartThread() {
@@ -170,6 +187,9 @@ class OrderedPool {
   const std::size_t wake_every_;  // Next() wakes a sleeper once per this many results taken
   const int own_;                 // the worker number of Next()'s own share
   std::size_t most_threads_;      // threads_ grows up to this; used by Next()'s thread alone
+  const std::size_t cpus_ = static_cast<std::size_t>(os::UsableCpus());
+  std::clock_t last_cpu_ = std::clock();  // the process's CPU time and the time at the last
+  std::chrono::steady_clock::time_point last_wall_ = std::chrono::steady_clock::now();  // batch
   const Work work_;
   std::vector<Slot> slots_;
   std::atomic<std::size_t> claimed_{0};       // indices handed out to be worked on

@@ -160,7 +160,7 @@ int Gen(int argc, char** argv) {
   const std::string dir = opt["--dir"], kind = opt["--kind"];
   const std::uint64_t count = Number(opt["--count"]), size = Number(opt["--size"]);
   const std::uint64_t seed = Number(opt["--seed"]);
-  if (argc != 12 || opt.size() != 5 || dir.empty() || count < 1 || count > 999999 || size < 1 ||
+  if (argc != 12 || opt.size() != 5 || dir.empty() || count < 1 || count > 9999999 || size < 1 ||
       (kind != "ordinary" && kind != "annealing" && kind != "mixed")) {
     std::fprintf(stderr, "tabrun_gen_corpus: bad arguments to gen (try --help)\n");
     return 2;

@@ -10,7 +10,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const std::string_view data(reinterpret_cast<const char*>(bytes), size);
   tabrun::MemoryLog listing(data, tabrun::LogText::kMinWindow);
-  const std::vector<std::string> entries = tabrun::ReadListing(listing.text);
+  const tabrun::NameList entries = tabrun::ReadListing(listing.text);
   std::size_t i = 0;
   for (std::size_t at = 0, lf; at < size; at = lf + 1, ++i) {
     lf = std::min(data.find('\n', at), size);

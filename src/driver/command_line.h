@@ -20,7 +20,7 @@ enum class Command {
 
 // The most jobs -j takes: enough to keep a network file system busy, few enough that the
 // workers' windows and stacks stay small.
-inline constexpr int kMaxJobs = 256;
+inline constexpr int kMaxJobs = 1024;
 
 struct CommandLine {
   Command command = Command::kRun;

@@ -1,5 +1,6 @@
 #include "driver/direct_run.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <optional>
@@ -12,6 +13,7 @@
 #include "recio/fatal.h"
 #include "recio/log_directory.h"
 #include "recio/log_text.h"
+#include "recio/name_list.h"
 #include "recio/number.h"
 #include "recio/read_ahead.h"
 #include "report/html_report.h"
@@ -20,43 +22,50 @@
 namespace tabrun {
 namespace {
 
-constexpr std::size_t kNoDirectory = ~std::size_t{0};
-
-// The logs that the PATH operands stand for, in order.
+// The logs that the PATH operands stand for, in order. Their names are packed, so that a
+// batch of a million logs holds them in a few tens of MB.
 struct Batch {
-  struct Log {
-    std::size_t directory;  // index into directories, or kNoDirectory for a file PATH
-    std::string name;       // relative to that directory, or the PATH itself
-    std::string error;      // why the directory PATH could not be listed, when it could not
+  // The logs of one PATH: a directory's *.log entries, or the PATH itself.
+  struct Operand {
+    std::size_t first_log;
+    const std::string* directory;  // the PATH when it is a directory that was listed
+    std::string error;             // why the directory PATH could not be listed, when it could not
   };
-  std::vector<std::string> directories;
-  std::vector<Log> logs;
+  std::vector<Operand> operands;
+  NameList names;  // of each log: relative to its directory, or the PATH itself
 
-  // The log as its row names it: the directory PATH joined by '/' to the name (for ".",
+  std::size_t size() const { return names.size(); }
+
+  // The operand that log `index` comes from.
+  const Operand& OperandOf(std::size_t index) const {
+    return *--std::upper_bound(operands.begin(), operands.end(), index,
+                               [](std::size_t i, const Operand& o) { return i < o.first_log; });
+  }
+
+  // Log `index` as its row names it: the directory PATH joined by '/' to the name (for ".",
   // the bare name).
-  std::string PathOf(const Log& log) const {
-    if (log.directory == kNoDirectory) return log.name;
-    const std::string& directory = directories[log.directory];
-    if (directory == ".") return log.name;
-    return directory + (directory.ends_with('/') ? "" : "/") + log.name;
+  std::string PathOf(std::size_t index) const {
+    const std::string* directory = OperandOf(index).directory;
+    std::string path(names[index]);
+    if (directory == nullptr || *directory == ".") return path;
+    return *directory + (directory->ends_with('/') ? "" : "/") + path;
   }
 };
 
 Batch BatchOf(const std::vector<std::string>& paths) {
   Batch batch;
-  std::vector<std::string> names;
   for (const std::string& path : paths) {
-    std::string error;
+    Batch::Operand operand{batch.size(), nullptr, {}};
     if (!os::IsDirectory(path)) {
-      batch.logs.push_back({kNoDirectory, path, {}});
-    } else if (!ListLogNames(path, &names, &error)) {
-      batch.logs.push_back({kNoDirectory, path, "cannot read the directory: " + error});
+      batch.names.Add(path);
+    } else if (!ListLogNames(path, &batch.names, &operand.error)) {
+      operand.error.insert(0, "cannot read the directory: ");
+      batch.names.Add(path);
     } else {
-      batch.directories.push_back(path);
-      for (std::string& name : names) {
-        batch.logs.push_back({batch.directories.size() - 1, std::move(name), {}});
-      }
+      operand.directory = &path;
     }
+    // A directory without logs adds no operand: the next log's is the one it would find.
+    if (batch.size() > operand.first_log) batch.operands.push_back(std::move(operand));
   }
   return batch;
 }
@@ -79,11 +88,11 @@ class Reader {
     if (directory_fd_ != os::kNoFile) os::CloseFile(directory_fd_);
   }
 
-  // Reads `log` of `batch` into its row, and for the page (`page`) its cells and, when it
-  // failed, the end of the log.
-  LogRead Read(const Batch& batch, const Batch::Log& log, bool page) {
+  // Reads log `index` of `batch` into its row, and for the page (`page`) its cells and, when
+  // it failed, the end of the log.
+  LogRead Read(const Batch& batch, std::size_t index, bool page) {
     std::vector<std::string> tail;
-    LogRead read = Scan(batch, log, page ? &tail : nullptr);
+    LogRead read = Scan(batch, index, page ? &tail : nullptr);
     if (page) read.cells = HtmlReport::Encode(read.row, tail);
     return read;
   }
@@ -91,13 +100,20 @@ class Reader {
   bool cold() const { return text_.cold(); }
 
  private:
-  // The row of `log`, and into *tail, when given, the end of a log that failed.
-  LogRead Scan(const Batch& batch, const Batch::Log& log, std::vector<std::string>* tail) {
-    std::string path = batch.PathOf(log);
-    if (!log.error.empty()) return {UnreadableRow(std::move(path), log.error), {}, 0};
+  // The row of log `index`, and into *tail, when given, the end of a log that failed.
+  LogRead Scan(const Batch& batch, std::size_t index, std::vector<std::string>* tail) {
+    std::string path = batch.PathOf(index);
+    const Batch::Operand& operand = batch.OperandOf(index);
+    if (!operand.error.empty()) return {UnreadableRow(std::move(path), operand.error), {}, 0};
     std::string error;
-    const int directory = DirectoryFd(batch, log.directory, &error);
-    if (directory == os::kNoFile || text_.Open(directory, log.name, &error) != LogText::OpenResult::kOpened) {
+    const int directory = DirectoryFd(operand, &error);
+    const std::string name(batch.names[index]);
+    // A pipe named as a PATH, as in --csv <(zcat run.log.gz), is read to its end; one found in
+    // a directory, like the default mode's, only as far as it holds bytes now.
+    const auto stream = operand.directory == nullptr ? LogText::Stream::kPipeToItsEnd
+                                                     : LogText::Stream::kWhatIsThere;
+    if (directory == os::kNoFile ||
+        text_.Open(directory, name, &error, stream) != LogText::OpenResult::kOpened) {
       return {UnreadableRow(std::move(path), "cannot open: " + error), {}, 0};
     }
     LogRead read{RowOfScan(std::move(path), ScanLog(text_)), {}, 0};
@@ -110,21 +126,21 @@ class Reader {
     return read;
   }
 
-  // A handle of directory `index` of `batch`, or os::kWorkingDirectory for kNoDirectory;
+  // A handle of the directory of `operand`, or os::kWorkingDirectory for a file PATH;
   // os::kNoFile with the reason when it cannot be opened.
-  int DirectoryFd(const Batch& batch, std::size_t index, std::string* error) {
-    if (index == kNoDirectory) return os::kWorkingDirectory;
-    if (index != directory_) {
+  int DirectoryFd(const Batch::Operand& operand, std::string* error) {
+    if (operand.directory == nullptr) return os::kWorkingDirectory;
+    if (&operand != directory_) {
       if (directory_fd_ != os::kNoFile) os::CloseFile(directory_fd_);
-      directory_ = index;
-      directory_fd_ = os::OpenDirectory(batch.directories[index], &directory_error_);
+      directory_ = &operand;
+      directory_fd_ = os::OpenDirectory(*operand.directory, &directory_error_);
     }
     if (directory_fd_ == os::kNoFile) *error = directory_error_;
     return directory_fd_;
   }
 
   LogText text_;
-  std::size_t directory_ = kNoDirectory;
+  const Batch::Operand* directory_ = nullptr;  // whose directory directory_fd_ is
   int directory_fd_ = os::kNoFile;
   std::string directory_error_;
 };
@@ -144,23 +160,22 @@ std::int64_t MadeAt() {
 int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs) {
   const Batch batch = BatchOf(paths);
   const bool page = format == RowFormat::kHtml;
-  ReadAhead ahead(batch.logs.size(),
-                  [&batch](std::size_t index) { return batch.PathOf(batch.logs[index]); });
+  ReadAhead ahead(batch.size(), [&batch](std::size_t index) { return batch.PathOf(index); });
   std::vector<Reader> readers(static_cast<std::size_t>(jobs));
-  OrderedPool<LogRead> pool(batch.logs.size(), jobs, [&](std::size_t index, int worker) {
+  OrderedPool<LogRead> pool(batch.size(), jobs, [&](std::size_t index, int worker) {
     Reader& reader = readers[static_cast<std::size_t>(worker)];
-    LogRead read = reader.Read(batch, batch.logs[index], page);
+    LogRead read = reader.Read(batch, index, page);
     ahead.Reached(index, reader.cold());
     return read;
   });
 
   Console console;
-  console.StartProgress(batch.logs.size());
+  console.StartProgress(batch.size());
   if (format == RowFormat::kCsv) console.Write(CsvHeader());
   std::optional<HtmlReport> report;
   if (format == RowFormat::kHtml) report.emplace(paths, MadeAt());
   int status = 0;
-  for (std::size_t i = 0; i < batch.logs.size(); ++i) {
+  for (std::size_t i = 0; i < batch.size(); ++i) {
     const LogRead read = pool.Next();
     if (!read.row.error.empty()) status = 1;  // unreadable, or a CPU value that is not a number
     console.Progressed(read.bytes);

@@ -2,10 +2,10 @@
 
 namespace tabrun {
 
-std::vector<std::string> ReadListing(LogText& listing) {
-  std::vector<std::string> entries;
+NameList ReadListing(LogText& listing) {
+  NameList entries;
   for (std::uint64_t at = 0; at < listing.size(); at = listing.NextRecord(at)) {
-    entries.emplace_back(listing.Record(at).Trimmed());
+    entries.Add(listing.Record(at).Trimmed());
   }
   return entries;
 }

@@ -3,11 +3,10 @@
 #ifndef TABRUN_DRIVER_LISTING_H_
 #define TABRUN_DRIVER_LISTING_H_
 
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "recio/log_text.h"
+#include "recio/name_list.h"
 
 namespace tabrun {
 
@@ -15,7 +14,7 @@ namespace tabrun {
 // columns and without trailing blanks (so an empty or all-blank line gives an empty entry).
 // Every record counts, whatever it holds, and the table has no size limit: the number of
 // entries is the listing count that is reported and walked.
-std::vector<std::string> ReadListing(LogText& listing);
+NameList ReadListing(LogText& listing);
 
 // The name of the log file that a non-blank entry stands for: the entry's last word, the
 // words being separated by blanks only (a tab is an ordinary character). An entry without

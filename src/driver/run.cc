@@ -14,6 +14,7 @@
 #include "os/process.h"
 #include "recio/fatal.h"
 #include "recio/log_text.h"
+#include "recio/name_list.h"
 #include "recio/output_unit.h"
 #include "recio/read_ahead.h"
 #include "report/summary_lines.h"
@@ -82,7 +83,7 @@ struct BatchState {
 
 // Opens list_log as the listing command left it; a missing one is created empty. Reads it
 // whole and closes it again: the file stays in the directory.
-std::vector<std::string> LoadListing(LogText& text, Streams& out) {
+NameList LoadListing(LogText& text, Streams& out) {
   std::string error;
   switch (text.Open(kListingFile, &error)) {
     case LogText::OpenResult::kOpened:
@@ -96,7 +97,7 @@ std::vector<std::string> LoadListing(LogText& text, Streams& out) {
     case LogText::OpenResult::kFailed:
       out.Fatal(kListingUnit, kListingFile, "cannot open", error);
   }
-  std::vector<std::string> entries = ReadListing(text);
+  NameList entries = ReadListing(text);
   if (!text.Close(&error)) out.Fatal(kListingUnit, kListingFile, "cannot close", error);
   return entries;
 }
@@ -198,33 +199,38 @@ int RunBatch(int jobs) {
   }
 
   LogText text;
-  const std::vector<std::string> listing = LoadListing(text, out);
-  const auto count = static_cast<std::int32_t>(listing.size());
+  std::int32_t count = 0;
+  NameList paths;
+  {
+    const NameList listing = LoadListing(text, out);
+    count = static_cast<std::int32_t>(listing.size());
+    // Blank lines are skipped, but they count in the listing.
+    for (std::size_t i = 0; i < listing.size(); ++i) {
+      if (!listing[i].empty()) paths.Add(NameOfEntry(listing[i]));
+    }
+  }
   out.console.Write(ConsoleListingCount(count));
 
   out.OpenResults();
   out.ToResults(Banner());
   out.ToResults(ResultsListingCount(count));
 
-  // Blank lines are skipped, but they count in the listing.
-  std::vector<std::string> paths;
-  for (const std::string& entry : listing) {
-    if (!entry.empty()) paths.emplace_back(NameOfEntry(entry));
-  }
   // Workers read the logs ahead of the writer; log.res and standard output, which this run
   // writes, are read by the writer itself at their turn, as they stand then.
   const std::vector<os::FileIdentity> written = out.WrittenFiles();
-  ReadAhead ahead(paths.size(), [&paths](std::size_t index) { return paths[index]; });
+  ReadAhead ahead(paths.size(), [&paths](std::size_t index) { return std::string(paths[index]); });
   std::vector<LogText> texts(static_cast<std::size_t>(jobs));
   OrderedPool<LogRead> pool(paths.size(), jobs, [&](std::size_t index, int worker) {
     LogText& log = texts[static_cast<std::size_t>(worker)];
-    LogRead read = ReadLog(paths[index], log, written);
+    LogRead read = ReadLog(std::string(paths[index]), log, written);
     ahead.Reached(index, log.cold());
     return read;
   });
   out.console.StartProgress(paths.size());
   BatchState batch;
-  for (const std::string& path : paths) SummariseLog(path, pool.Next(), text, &batch, out);
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    SummariseLog(std::string(paths[i]), pool.Next(), text, &batch, out);
+  }
 
   out.console.Write(TotalSecondsLine(batch.cpu_total));
   out.ToResults(TotalSecondsLine(batch.cpu_total));

@@ -4,7 +4,9 @@
 #define TABRUN_OS_DIRECTORY_H_
 
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tabrun::os {
@@ -13,11 +15,13 @@ namespace tabrun::os {
 // for a name that names nothing, and when the system cannot tell.
 bool IsDirectory(const std::string& path);
 
-// Puts the names of all entries of the directory `path` into *names, in the order the system
-// gives them, without "." and "..", each as the bytes the system stores (UTF-8 where the
-// system stores names in another form). Returns false with the system's reason in *error when
-// the directory cannot be opened or read; *names is then unspecified.
-bool ListDirectory(const std::string& path, std::vector<std::string>* names, std::string* error);
+// Hands the name of every entry of the directory `path` to `each`, one at a time, in the order
+// the system gives them, without "." and "..", each as the bytes the system stores (UTF-8 where
+// the system stores names in another form), so that a directory of a million entries is never
+// held whole here. Returns false with the system's reason in *error when the directory cannot
+// be opened or read; `each` may have had some of the names by then.
+bool ListDirectory(const std::string& path, std::string* error,
+                   const std::function<void(std::string_view name)>& each);
 
 // An entry of a directory with what the system says of it.
 struct DirectoryEntry {

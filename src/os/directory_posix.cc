@@ -4,30 +4,72 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
 #include "os/file.h"
 
 namespace tabrun::os {
+namespace {
+
+constexpr int kDirectoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+// Opens the directory `path` as a descriptor, or returns -1 with errno set. A path too long
+// for the system to take whole is walked one component at a time with openat, so that a path
+// of any length opens.
+int OpenDirectoryFd(const std::string& path) {
+  const int whole = open(path.c_str(), kDirectoryFlags);
+  if (whole >= 0 || errno != ENAMETOOLONG) return whole;
+  int at = path.starts_with('/') ? open("/", kDirectoryFlags) : open(".", kDirectoryFlags);
+  for (std::size_t start = 0; at >= 0 && start < path.size();) {
+    const std::size_t end = std::min(path.find('/', start), path.size());
+    const std::string component = path.substr(start, end - start);
+    start = end + 1;
+    if (component.empty()) continue;
+    const int next = openat(at, component.c_str(), kDirectoryFlags);
+    const int open_errno = errno;
+    close(at);
+    errno = open_errno;
+    at = next;
+  }
+  return at;
+}
+
+}  // namespace
 
 bool IsDirectory(const std::string& path) {
   struct stat st;
-  return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+  if (stat(path.c_str(), &st) == 0) return S_ISDIR(st.st_mode);
+  if (errno != ENAMETOOLONG) return false;
+  const int directory = OpenDirectoryFd(path);
+  if (directory >= 0) close(directory);
+  return directory >= 0;
 }
 
-bool ListDirectory(const std::string& path, std::vector<std::string>* names, std::string* error) {
+bool ListDirectory(const std::string& path, std::string* error,
+                   const std::function<void(std::string_view name)>& each) {
   DIR* dir = opendir(path.c_str());
+  if (dir == nullptr && errno == ENAMETOOLONG) {
+    const int directory = OpenDirectoryFd(path);
+    if (directory >= 0 && (dir = fdopendir(directory)) == nullptr) {
+      const int open_errno = errno;
+      close(directory);
+      errno = open_errno;
+    }
+  }
   if (dir == nullptr) {
     *error = std::strerror(errno);
     return false;
   }
-  names->clear();
-  errno = 0;
-  while (const dirent* entry = readdir(dir)) {
+  for (;;) {
+    errno = 0;  // afresh for each entry: `each` may leave it set
+    const dirent* entry = readdir(dir);
+    if (entry == nullptr) break;
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") names->emplace_back(name);
+    if (name != "." && name != "..") each(name);
   }
   const int read_errno = errno;
   closedir(dir);
@@ -40,20 +82,18 @@ bool ListDirectory(const std::string& path, std::vector<std::string>* names, std
 
 bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* entries,
                           std::string* error) {
-  std::vector<std::string> names;
-  if (!ListDirectory(path, &names, error)) return false;
   entries->clear();
-  for (std::string& name : names) {
+  return ListDirectory(path, error, [&](std::string_view name) {
     struct stat st;
-    if (stat((path + "/" + name).c_str(), &st) != 0) continue;
-    entries->push_back({std::move(name), static_cast<std::uint64_t>(st.st_size),
+    std::string entry(name);
+    if (stat((path + "/" + entry).c_str(), &st) != 0) return;
+    entries->push_back({std::move(entry), static_cast<std::uint64_t>(st.st_size),
                         static_cast<std::int64_t>(st.st_mtime), S_ISDIR(st.st_mode)});
-  }
-  return true;
+  });
 }
 
 int OpenDirectory(const std::string& path, std::string* error) {
-  const int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const int directory = OpenDirectoryFd(path);
   if (directory < 0) *error = std::strerror(errno);
   return directory < 0 ? kNoFile : directory;
 }

@@ -55,11 +55,11 @@ bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* 
   return true;
 }
 
-bool ListDirectory(const std::string& path, std::vector<std::string>* names, std::string* error) {
+bool ListDirectory(const std::string& path, std::string* error,
+                   const std::function<void(std::string_view name)>& each) {
   std::vector<DirectoryEntry> entries;
   if (!ListDirectoryEntries(path, &entries, error)) return false;
-  names->clear();
-  for (DirectoryEntry& entry : entries) names->push_back(std::move(entry.name));
+  for (const DirectoryEntry& entry : entries) each(entry.name);
   return true;
 }
 

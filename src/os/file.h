@@ -38,7 +38,9 @@ enum class OpenResult {
 // failed, for kMissing the reason the name names nothing.
 OpenResult OpenForReading(int directory, const std::string& path, int* file, std::string* error);
 
-enum class FileKind { kRegular, kDirectory, kOther };
+// kPipe is a pipe or a named pipe (a FIFO); kOther anything else that is not a regular file or
+// a directory: a device, a socket.
+enum class FileKind { kRegular, kDirectory, kPipe, kOther };
 
 // What identifies one file among all those the system can reach at the same time: two handles
 // with equal identities are the same file, whatever names opened them. A platform that cannot
@@ -68,6 +70,22 @@ std::string IsDirectoryText();
 // needed, and returns how many arrived: fewer than `length` only at the end of the file, 0 at
 // or past it, and -1 on an error. An interrupted read is taken up again, not reported.
 std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offset);
+
+// What ReadNext returns when no bytes are there now and it was not to wait for them.
+inline constexpr std::int64_t kNothingYet = -2;
+
+// Reads up to `length` bytes from where `file` stands, for what cannot be read at an offset (a
+// pipe, a device), and returns how many arrived: 0 at the end, -1 on an error. Without `wait`
+// it returns kNothingYet when no bytes are there now; with `wait` it waits for bytes or the
+// end, also on a named pipe that no writer has opened yet (where the system can tell). An
+// interrupted read is taken up again.
+std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait);
+
+// Creates a file for the program's own scratch bytes, which no name leads to and which goes
+// when it is closed, open for reading and writing (ReadAt, WriteAll), and returns its handle;
+// kNoFile with the system's reason in *error when it cannot. It is made in the directory
+// TMPDIR names, or the system's own. The handle is not inherited by the listing command.
+int CreateScratchFile(std::string* error);
 
 // Closes `file`. Returns false with the system's reason in *error (when error is not null) when
 // the close reports an error other than an interruption; the handle is gone either way.

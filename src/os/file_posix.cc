@@ -2,9 +2,11 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 
 namespace tabrun::os {
@@ -37,9 +39,10 @@ bool Describe(int file, FileStatus* status, std::string* error) {
     *error = std::strerror(errno);
     return false;
   }
-  status->kind = S_ISREG(st.st_mode)   ? FileKind::kRegular
-                 : S_ISDIR(st.st_mode) ? FileKind::kDirectory
-                                       : FileKind::kOther;
+  status->kind = S_ISREG(st.st_mode)    ? FileKind::kRegular
+                 : S_ISDIR(st.st_mode)  ? FileKind::kDirectory
+                 : S_ISFIFO(st.st_mode) ? FileKind::kPipe
+                                        : FileKind::kOther;
   status->size = static_cast<std::uint64_t>(st.st_size);
   status->identity = {static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)};
   return true;
@@ -52,6 +55,35 @@ std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offse
     const ssize_t got = pread(file, out, length, static_cast<off_t>(offset));
     if (got >= 0 || errno != EINTR) return got;
   }
+}
+
+std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait) {
+  for (;;) {
+    if (wait) {
+      // A pipe opened not to wait reads as ended while no writer has it open: poll waits for
+      // the first writer's bytes or for its close (on Linux; elsewhere it may not wait).
+      pollfd ready{file, POLLIN, 0};
+      if (poll(&ready, 1, -1) < 0 && errno != EINTR) return -1;
+    }
+    const ssize_t got = read(file, out, length);
+    if (got >= 0) return got;
+    if (errno == EINTR || (wait && (errno == EAGAIN || errno == EWOULDBLOCK))) continue;
+    return errno == EAGAIN || errno == EWOULDBLOCK ? kNothingYet : -1;
+  }
+}
+
+int CreateScratchFile(std::string* error) {
+  const char* directory = std::getenv("TMPDIR");
+  std::string path = directory != nullptr && *directory != '\0' ? directory : "/tmp";
+  path += "/tabrun.XXXXXX";
+  const int file = mkstemp(path.data());
+  if (file < 0) {
+    *error = std::strerror(errno);
+    return kNoFile;
+  }
+  unlink(path.c_str());
+  fcntl(file, F_SETFD, FD_CLOEXEC);
+  return file;
 }
 
 bool CloseFile(int file, std::string* error) {

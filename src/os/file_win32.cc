@@ -71,6 +71,7 @@ bool Describe(int file, FileStatus* status, std::string* error) {
       return false;
     }
     *status = {};  // a pipe, a console or the null device: nothing to measure or compare
+    if (type == FILE_TYPE_PIPE) status->kind = FileKind::kPipe;
     return true;
   }
   if (!GetFileInformationByHandle(handle, &info)) {
@@ -107,6 +108,44 @@ std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offse
     have += got;
   }
   return static_cast<std::int64_t>(have);
+}
+
+std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait) {
+  const HANDLE handle = win32::SystemHandle(file);
+  DWORD available = 0;
+  // Only a pipe can say what it holds now; anything else is read as it comes.
+  if (!wait && GetFileType(handle) == FILE_TYPE_PIPE) {
+    if (!PeekNamedPipe(handle, nullptr, 0, nullptr, &available, nullptr)) {
+      return GetLastError() == ERROR_BROKEN_PIPE ? 0 : -1;
+    }
+    if (available == 0) return kNothingYet;
+    length = std::min<std::size_t>(length, available);
+  }
+  DWORD got = 0;
+  const DWORD want = static_cast<DWORD>(std::min<std::size_t>(length, 1u << 30));
+  if (!ReadFile(handle, out, want, &got, nullptr)) {
+    const DWORD code = GetLastError();
+    return code == ERROR_BROKEN_PIPE || code == ERROR_HANDLE_EOF ? 0 : -1;
+  }
+  return static_cast<std::int64_t>(got);
+}
+
+int CreateScratchFile(std::string* error) {
+  wchar_t directory[MAX_PATH + 1];
+  wchar_t name[MAX_PATH + 1];
+  if (GetTempPathW(MAX_PATH + 1, directory) == 0 ||
+      GetTempFileNameW(directory, L"tab", 0, name) == 0) {
+    *error = win32::ErrorText(GetLastError());
+    return kNoFile;
+  }
+  // The name goes with the last handle: nothing is left behind.
+  const HANDLE handle = CreateFileW(name, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                    FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) {
+    *error = win32::ErrorText(GetLastError());
+    return kNoFile;
+  }
+  return Wrap(handle, _O_RDWR, error);
 }
 
 bool CloseFile(int file, std::string* error) {

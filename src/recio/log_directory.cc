@@ -1,19 +1,21 @@
 #include "recio/log_directory.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "os/directory.h"
 
 namespace tabrun {
 
-bool ListLogNames(const std::string& path, std::vector<std::string>* names, std::string* error) {
-  if (!os::ListDirectory(path, names, error)) return false;
-  std::erase_if(*names, [](std::string_view name) {
-    return !name.ends_with(".log") || name.starts_with('.');
+bool ListLogNames(const std::string& path, NameList* names, std::string* error) {
+  const std::size_t first = names->size();
+  const bool listed = os::ListDirectory(path, error, [names](std::string_view name) {
+    if (name.ends_with(".log") && !name.starts_with('.')) names->Add(name);
   });
-  // std::string compares as unsigned bytes.
-  std::sort(names->begin(), names->end());
+  if (!listed) {
+    names->Truncate(first);
+    return false;
+  }
+  names->SortFrom(first);
   return true;
 }
 

@@ -4,16 +4,18 @@
 #define TABRUN_RECIO_LOG_DIRECTORY_H_
 
 #include <string>
-#include <vector>
+
+#include "recio/name_list.h"
 
 namespace tabrun {
 
-// Puts the names of the entries of the directory `path` that end in ".log" into *names,
-// sorted byte by byte, whatever else they hold (blanks, line feeds, a leading '-', bytes that
+// Adds the names of the entries of the directory `path` that end in ".log" to the end of
+// *names, sorted byte by byte among themselves, whatever else they hold (blanks, line feeds, a leading '-', bytes that
 // are not UTF-8). Hidden names, which start with a dot, are left out, as the shell's *.log
 // leaves them out. Sub-directories are listed like any entry and never descended. Returns false
-// with the operating system's reason in *error when the directory cannot be read.
-bool ListLogNames(const std::string& path, std::vector<std::string>* names, std::string* error);
+// with the operating system's reason in *error, and *names as it was, when the directory cannot
+// be read.
+bool ListLogNames(const std::string& path, NameList* names, std::string* error);
 
 }  // namespace tabrun
 

@@ -29,7 +29,8 @@ std::size_t ReadAt(int fd, char* out, std::size_t length, std::uint64_t offset, 
 
 LogText::LogText(std::size_t window) : window_(std::max(window, kMinWindow)) {}
 
-LogText::OpenResult LogText::Open(int directory, const std::string& path, std::string* error) {
+LogText::OpenResult LogText::Open(int directory, const std::string& path, std::string* error,
+                                  Stream stream) {
   Close();
   cold_ = false;
   // The open does not wait, so that a fifo listed by accident cannot stop the run.
@@ -38,16 +39,19 @@ LogText::OpenResult LogText::Open(int directory, const std::string& path, std::s
   if (opened != OpenResult::kOpened) return opened;
   os::FileStatus status;
   const bool described = os::Describe(fd, &status, error);
-  if (!described || status.kind != os::FileKind::kRegular) {
-    if (described) {
-      *error = status.kind == os::FileKind::kDirectory ? os::IsDirectoryText()
-                                                       : "not a regular file";
-    }
+  if (!described || status.kind == os::FileKind::kDirectory) {
+    if (described) *error = os::IsDirectoryText();
     os::CloseFile(fd);
     return OpenResult::kFailed;
   }
   fd_ = fd;
   identity_ = status.identity;
+  if (status.kind != os::FileKind::kRegular) {
+    if (status.kind != os::FileKind::kPipe) stream = Stream::kWhatIsThere;
+    if (ReadStream(stream, error)) return OpenResult::kOpened;
+    Close();
+    return OpenResult::kFailed;
+  }
   size_ = status.size;
   // Files in /proc, and some on network and FUSE file systems, say they are empty and still
   // hold bytes: such a file is read to its end to learn its length. Fill ends the text at the
@@ -57,6 +61,48 @@ LogText::OpenResult LogText::Open(int directory, const std::string& path, std::s
     for (std::uint64_t offset = 0; size_ == kNone; offset += window_) Fill(offset);
   }
   return OpenResult::kOpened;
+}
+
+bool LogText::ReadStream(Stream stream, std::string* error) {
+  if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(window_);
+  const bool to_end = stream == Stream::kPipeToItsEnd;
+  // The window holds the text from offset 0 for as long as it is not full: the bytes are
+  // never read again, as a pipe cannot be.
+  std::uint64_t have = 0;
+  int scratch = os::kNoFile;
+  for (;;) {
+    if (have % window_ == 0 && have > 0) {
+      if (!to_end) break;
+      // Full: what the window holds goes to the scratch file, which the text is read from.
+      if (scratch == os::kNoFile && (scratch = os::CreateScratchFile(error)) == os::kNoFile) {
+        return false;
+      }
+      std::size_t written = 0;
+      if (!os::WriteAll(scratch, {buffer_.get(), window_}, &written, error)) {
+        os::CloseFile(scratch);
+        return false;
+      }
+    }
+    const auto at = static_cast<std::size_t>(have % window_);
+    const std::int64_t got = os::ReadNext(fd_, buffer_.get() + at, window_ - at, to_end);
+    if (got <= 0) break;  // the end, nothing there now, or an error: the text ends here
+    have += static_cast<std::uint64_t>(got);
+  }
+  size_ = have;
+  if (scratch == os::kNoFile) {
+    buffer_offset_ = 0;
+    buffer_length_ = static_cast<std::size_t>(have);
+    return true;
+  }
+  std::size_t written = 0;
+  if (!os::WriteAll(scratch, {buffer_.get(), static_cast<std::size_t>(have % window_)}, &written,
+                    error)) {
+    os::CloseFile(scratch);
+    return false;
+  }
+  os::CloseFile(fd_);
+  fd_ = scratch;
+  return true;
 }
 
 bool LogText::Close(std::string* error) {

@@ -43,11 +43,20 @@ class LogText {
   LogText(const LogText&) = delete;
   LogText& operator=(const LogText&) = delete;
 
+  // How much of a pipe or a device is read: the bytes there when it is opened, at most one
+  // window of them (a device such as /dev/zero never ends), or, for a pipe, all it gives until
+  // its writer closes it, as much as that is.
+  enum class Stream { kWhatIsThere, kPipeToItsEnd };
+
   // Opens `path`, relative to the open directory `directory` (or to the working directory
-  // for os::kWorkingDirectory), for reading, closing whatever was open before, and puts the reason in
-  // *error when it cannot. A directory, or anything else that is not a regular file, fails. A
-  // file that says it is empty is read to its end at once, to learn how long it really is.
-  OpenResult Open(int directory, const std::string& path, std::string* error);
+  // for os::kWorkingDirectory), for reading, closing whatever was open before, and puts the
+  // reason in *error when it cannot. A directory fails. Anything else that is not a regular
+  // file (a named pipe, a device) is read at once from where it stands, as `stream` says, and
+  // its text is those bytes: a pipe without a writer and /dev/null are empty. A pipe read to
+  // its end beyond one window goes to a scratch file, so memory stays that of one window. A
+  // regular file that says it is empty is read to its end at once, to learn how long it is.
+  OpenResult Open(int directory, const std::string& path, std::string* error,
+                  Stream stream = Stream::kWhatIsThere);
   OpenResult Open(const std::string& path, std::string* error) {
     return Open(os::kWorkingDirectory, path, error);
   }
@@ -113,6 +122,9 @@ class LogText {
   // call. REQUIRES: min_length <= window.
   std::string_view Bytes(std::uint64_t offset, std::size_t min_length);
   void Fill(std::uint64_t offset);
+  // Reads the open stream fd_ as Open says; false with the reason in *error when its bytes
+  // cannot be kept.
+  bool ReadStream(Stream stream, std::string* error);
   std::uint64_t LineFeedAtOrAfter(std::uint64_t from);
   // The offset of the n-th line feed in [low, high) counted back from `high`, or kNone when
   // there are fewer. REQUIRES: n >= 1.

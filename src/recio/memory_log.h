@@ -1,45 +1,62 @@
-// For tests: a text in an anonymous memory file, opened as a LogText.
+// For tests: a text in a temporary file of its own, opened as a LogText.
 
 #ifndef TABRUN_RECIO_MEMORY_LOG_H_
 #define TABRUN_RECIO_MEMORY_LOG_H_
 
-#include <sys/mman.h>
-#include <unistd.h>
-
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <random>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "recio/log_text.h"
 
 namespace tabrun {
 
+// The file is removed when the MemoryLog goes away. Standard C++ only, so that it works on
+// every platform the program builds for.
 class MemoryLog {
  public:
   explicit MemoryLog(std::string_view content, std::size_t window = LogText::kDefaultWindow)
-      : text(window), fd_(memfd_create("log", MFD_CLOEXEC)) {
-    for (std::size_t done = 0; done < content.size();) {
-      const ssize_t n = write(fd_, content.data() + done, content.size() - done);
-      if (n <= 0) break;
-      done += static_cast<std::size_t>(n);
-    }
+      : text(window), path_(UniquePath()) {
+    std::ofstream(path_, std::ios::binary).write(content.data(), std::ssize(content));
     Reopen();
   }
-  ~MemoryLog() { close(fd_); }
+  ~MemoryLog() {
+    text.Close();
+    std::error_code ignored;
+    std::filesystem::remove(path_, ignored);
+  }
 
-  // A path that opens the memory file.
-  std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
-  // Opens the memory file again in `text`, from its start.
+  // The path of the file.
+  std::string path() const { return path_.string(); }
+  // Opens the file again in `text`, from its start.
   LogText::OpenResult Reopen() {
     std::string error;
     return text.Open(path(), &error);
   }
   // Cuts the file short behind the reader's back; false when that fails.
-  bool Truncate(off_t length) { return ftruncate(fd_, length) == 0; }
+  bool Truncate(std::uint64_t length) {
+    std::error_code error;
+    std::filesystem::resize_file(path_, length, error);
+    return !error;
+  }
 
   LogText text;
 
  private:
-  int fd_;
+  // A name no other test process picks: a random start, then one more per file.
+  static std::filesystem::path UniquePath() {
+    static std::atomic<std::uint64_t> next{std::random_device{}() * std::uint64_t{1000003}};
+    std::error_code ignored;
+    return std::filesystem::temp_directory_path(ignored) /
+           ("tabrun-test-" + std::to_string(next++) + ".log");
+  }
+
+  std::filesystem::path path_;
 };
 
 }  // namespace tabrun

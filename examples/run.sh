@@ -3,7 +3,8 @@
 # Usage: examples/run.sh [path/to/tabrun]   (default: build/tabrun)
 set -euo pipefail
 repo=$(cd "$(dirname "$0")/.." && pwd)
-tabrun=$(realpath "${1:-$repo/build/tabrun}")
+binary=${1:-$repo/build/tabrun}
+tabrun=$(cd "$(dirname "$binary")" && pwd)/$(basename "$binary")  # realpath is not on every Mac
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/tabrun-example.XXXXXX")
 cp "$repo"/examples/batch/*.log "$scratch"/
 cd "$scratch"

@@ -1,9 +1,11 @@
 """Python's json module judges tabrun --json on logs whose names and control file names are
 random bytes: every line must parse, and every string must be what Python makes of the same
-bytes (UTF-8, one U+FFFD per broken stretch). Usage: python3 tests/json_judge.py TABRUN"""
+bytes (UTF-8, one U+FFFD per broken stretch).
+Usage: python3 tests/json_judge.py [--emulator 'COMMAND ARGS'] TABRUN"""
 import json
 import os
 import random
+import shlex
 import subprocess
 import sys
 import tempfile
@@ -28,7 +30,9 @@ def main():
             with open(os.path.join(batch.encode(), name), "wb") as log:
                 log.write(b" Control file *.pcr: " + control + b"\n Normal end\n CPU Time: 2\n")
             expected[name] = control + b".pcr"  # a name drawn twice is written twice
-        out = subprocess.run([sys.argv[1], "--json", batch], capture_output=True, check=True).stdout
+        emulator = shlex.split(sys.argv[2]) if sys.argv[1] == "--emulator" else []
+        out = subprocess.run(emulator + [sys.argv[-1], "--json", batch], capture_output=True,
+                             check=True).stdout
     # The rows come sorted by the bytes of the names.
     want = [(f"{batch}/{os.fsdecode(name)}".encode("utf-8", "surrogateescape")
              .decode("utf-8", "replace"), control.decode("utf-8", "replace"))

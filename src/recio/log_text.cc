@@ -118,7 +118,8 @@ bool LogText::Close(std::string* error) {
 }
 
 void LogText::Fill(std::uint64_t offset) {
-  if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(window_);
+  // Left uninitialised, as make_unique_for_overwrite would (which libc++ 14 lacks).
+  if (!buffer_) buffer_.reset(new char[window_]);
   const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(window_, size_ - offset));
   buffer_offset_ = offset;
   buffer_length_ = ReadAt(fd_, buffer_.get(), want, offset, &cold_);

@@ -1,4 +1,4 @@
-// For tests: a text in a temporary file, opened as a LogText.
+// For tests: a text in a temporary file of its own, opened as a LogText.
 
 #ifndef TABRUN_RECIO_MEMORY_LOG_H_
 #define TABRUN_RECIO_MEMORY_LOG_H_
@@ -16,11 +16,13 @@
 
 namespace tabrun {
 
+// The file is removed when the MemoryLog goes away. Standard C++ only, so that it works on
+// every platform the program builds for.
 class MemoryLog {
  public:
   explicit MemoryLog(std::string_view content, std::size_t window = LogText::kDefaultWindow)
       : text(window), path_(UniquePath()) {
-    std::ofstream(path_, std::ios::binary).write(content.data(), content.size());
+    std::ofstream(path_, std::ios::binary).write(content.data(), std::ssize(content));
     Reopen();
   }
   ~MemoryLog() {
@@ -29,7 +31,7 @@ class MemoryLog {
     std::filesystem::remove(path_, ignored);
   }
 
-  // A path that opens the file.
+  // The path of the file.
   std::string path() const { return path_.string(); }
   // Opens the file again in `text`, from its start.
   LogText::OpenResult Reopen() {
@@ -46,12 +48,12 @@ class MemoryLog {
   LogText text;
 
  private:
-  // A name no other test process or MemoryLog has at the same time.
+  // A name no other test process picks: a random start, then one more per file.
   static std::filesystem::path UniquePath() {
-    static const std::string run = std::to_string(std::random_device{}());
-    static std::atomic<unsigned> count{0};
-    return std::filesystem::temp_directory_path() /
-           ("tabrun-test-" + run + "-" + std::to_string(count++) + ".log");
+    static std::atomic<std::uint64_t> next{std::random_device{}() * std::uint64_t{1000003}};
+    std::error_code ignored;
+    return std::filesystem::temp_directory_path(ignored) /
+           ("tabrun-test-" + std::to_string(next++) + ".log");
   }
 
   std::filesystem::path path_;

@@ -57,13 +57,16 @@ RealReadResult FirstValue(std::string_view text, std::string_view* token) {
 // The real constant `token`, rounded once to the nearest Real. std::from_chars reads most of
 // them without copying; it takes no plus sign and no D exponent, and leaves a value too large
 // or too small for Real alone, so those go through strtof or strtod, which round once too and
-// give an infinity on overflow.
+// give an infinity on overflow. A standard library without from_chars for floating point
+// (libc++ before 17) sends every value that way: the program reads few numbers per log.
 template <typename Real>
 Real ConvertReal(std::string_view token) {
+#if defined(__cpp_lib_to_chars)
   const std::string_view digits = token.front() == '+' ? token.substr(1) : token;
   Real value = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
   if (error == std::errc() && end == digits.data() + digits.size()) return value;
+#endif
   std::string copy(token);
   for (char& c : copy) {
     if (c == 'D' || c == 'd') c = 'E';

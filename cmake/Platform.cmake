@@ -27,7 +27,7 @@ function(tabrun_choose out fallback linux_source code)
   endif()
 endfunction()
 
-tabrun_choose(read_ahead src/os/read_ahead_hint_${tabrun_os_system}.cc
+tabrun_choose(read_ahead src/os/read_ahead_hint_none.cc
   src/os/read_ahead_hint_linux.cc "#include <fcntl.h>
 #include <sys/uio.h>
 int main() {

@@ -1,5 +1,5 @@
-// Windows can neither read from its cache alone nor be asked to fill it for a file that is
-// already open, so the read-ahead does nothing here and every read waits for what it needs.
+// For a platform that can neither read from its cache alone nor be asked to fill it (plain
+// POSIX, Windows): the read-ahead does nothing there, and every read waits for what it needs.
 
 #include "os/read_ahead_hint.h"
 

@@ -64,7 +64,7 @@ LogText::OpenResult LogText::Open(int directory, const std::string& path, std::s
 }
 
 bool LogText::ReadStream(Stream stream, std::string* error) {
-  if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(window_);
+  AllocateWindow();
   const bool to_end = stream == Stream::kPipeToItsEnd;
   // The window holds the text from offset 0 for as long as it is not full: the bytes are
   // never read again, as a pipe cannot be.
@@ -117,9 +117,13 @@ bool LogText::Close(std::string* error) {
   return ok;
 }
 
-void LogText::Fill(std::uint64_t offset) {
+void LogText::AllocateWindow() {
   // Left uninitialised, as make_unique_for_overwrite would (which libc++ 14 lacks).
   if (!buffer_) buffer_.reset(new char[window_]);
+}
+
+void LogText::Fill(std::uint64_t offset) {
+  AllocateWindow();
   const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(window_, size_ - offset));
   buffer_offset_ = offset;
   buffer_length_ = ReadAt(fd_, buffer_.get(), want, offset, &cold_);

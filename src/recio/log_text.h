@@ -121,6 +121,8 @@ class LogText {
   // min(min_length, size() - offset) of them, empty at or past the end. Valid until the next
   // call. REQUIRES: min_length <= window.
   std::string_view Bytes(std::uint64_t offset, std::size_t min_length);
+  // Makes the window on the first read: a worker that never reads costs no window.
+  void AllocateWindow();
   void Fill(std::uint64_t offset);
   // Reads the open stream fd_ as Open says; false with the reason in *error when its bytes
   // cannot be kept.

@@ -67,8 +67,9 @@ std::optional<double> NameNumber(std::string_view log) {
     std::size_t end = digits_end(i);
     if (digit(end + 1) && name[end] == '.') end = digits_end(end + 1);
     double value = 0;
-    const auto [ptr, error] = std::from_chars(name.data() + i, name.data() + end, value);
-    number = error == std::errc() ? std::optional<double>(value) : std::nullopt;
+    const bool read =
+        ReadReal(name.substr(i, end - i), &value) == RealReadResult::kValue && std::isfinite(value);
+    number = read ? std::optional<double>(value) : std::nullopt;
     i = end;
   }
   return number;

@@ -5,7 +5,7 @@
 #include <iostream>
 
 #include "driver/listing.h"
-#include "recio/memory_log.h"
+#include "testing/memory_log.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const std::string_view data(reinterpret_cast<const char*>(bytes), size);

@@ -11,7 +11,7 @@
 
 #include "analysis/log_scan.h"
 #include "analysis/markers.h"
-#include "recio/memory_log.h"
+#include "testing/memory_log.h"
 
 namespace tabrun {
 

@@ -122,8 +122,8 @@ RunScan ScanLog(LogText& log) {
   std::uint64_t normal_end_at = 0;
   if (const auto control = log.FindRecord(0, {markers::kControlFile})) {
     const FixedText& line = control->record;
-    scan.control_file = Trim(
-        After(line, Index(line.view(), markers::kControlFile), markers::kControlFile.size()));
+    scan.control_file =
+        Trim(After(line, Index(line.view(), markers::kControlFile), markers::kControlFile.size()));
     scan.control_file.append(markers::kPcrSuffix);
     const auto normal_end = log.FindRecord(log.NextRecord(control->at), {markers::kNormalEnd});
     if (!normal_end) {

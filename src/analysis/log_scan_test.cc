@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "recio/memory_log.h"
 #include "report/script_rows.h"
+#include "testing/memory_log.h"
 
 namespace tabrun {
 namespace {

@@ -48,16 +48,26 @@ std::string Take(Option option, std::string_view argument, Asked* asked) {
   Command mode = Command::kRun;
   std::string_view name;
   switch (option) {
-    case Option::kHelp: asked->help = true; return {};
-    case Option::kVersion: asked->version = true; return {};
+    case Option::kHelp:
+      asked->help = true;
+      return {};
+    case Option::kVersion:
+      asked->version = true;
+      return {};
     case Option::kJobs:
       asked->jobs = JobsOf(argument);
       if (asked->jobs != 0) return {};
       return "invalid number of jobs: '" + std::string(argument) + "' (1 to " +
              std::to_string(kMaxJobs) + ")";
-    case Option::kCsv: mode = Command::kCsv, name = "--csv"; break;
-    case Option::kJson: mode = Command::kJson, name = "--json"; break;
-    case Option::kHtml: mode = Command::kHtml, name = "--html"; break;
+    case Option::kCsv:
+      mode = Command::kCsv, name = "--csv";
+      break;
+    case Option::kJson:
+      mode = Command::kJson, name = "--json";
+      break;
+    case Option::kHtml:
+      mode = Command::kHtml, name = "--html";
+      break;
   }
   if (asked->mode == Command::kRun) {
     asked->mode = mode;

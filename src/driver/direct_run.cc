@@ -180,9 +180,15 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
     if (!read.row.error.empty()) status = 1;  // unreadable, or a CPU value that is not a number
     console.Progressed(read.bytes);
     switch (format) {
-      case RowFormat::kCsv: console.Write(CsvRow(read.row)); break;
-      case RowFormat::kJson: console.Write(JsonRow(read.row)); break;
-      case RowFormat::kHtml: report->Add(read.row, read.cells); break;
+      case RowFormat::kCsv:
+        console.Write(CsvRow(read.row));
+        break;
+      case RowFormat::kJson:
+        console.Write(JsonRow(read.row));
+        break;
+      case RowFormat::kHtml:
+        report->Add(read.row, read.cells);
+        break;
     }
   }
   if (report) report->WritePage([&console](std::string_view text) { console.Write(text); });

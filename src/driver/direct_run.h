@@ -12,10 +12,10 @@ enum class RowFormat { kCsv, kJson, kHtml };
 
 // Writes one row per log of `paths` to standard output, or for kHtml one page that holds
 // them all, and nothing else anywhere: a directory stands for its *.log entries, sorted by
-// name, and any other path for itself. Every log is scanned as the default mode scans it. Returns 0 when every log was read and
-// every CPU value found could be read, 1 otherwise; a failing write to standard output ends
-// the program with a fatal I/O error. `jobs` threads read the logs; the output does not depend
-// on their number.
+// name, and any other path for itself. Every log is scanned as the default mode scans it. Returns 0
+// when every log was read and every CPU value found could be read, 1 otherwise; a failing write to
+// standard output ends the program with a fatal I/O error. `jobs` threads read the logs; the output
+// does not depend on their number.
 int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs);
 
 }  // namespace tabrun

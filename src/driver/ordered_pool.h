@@ -35,11 +35,11 @@ namespace tabrun {
 // per CPU at first (at most jobs - 1), then one more each time room for a batch is made while
 // none sleeps and the CPUs were less than half busy with this process since the last batch:
 // then the threads wait for the file system (a network one, say), and more of them help. Up
-// to min(jobs - 1, ahead, count) threads start. So a thread is woken only when it can proceed, no more threads
-// run than keep the CPUs or the file system busy, and however many jobs are asked for, a batch
-// of small logs costs about two thread switches per kBatch logs.
-// Next() sleeps only when every index is taken or the window is full, and then until a batch
-// of kBatch results is there rather than one.
+// to min(jobs - 1, ahead, count) threads start. So a thread is woken only when it can proceed, no
+// more threads run than keep the CPUs or the file system busy, and however many jobs are asked for,
+// a batch of small logs costs about two thread switches per kBatch logs. Next() sleeps only when
+// every index is taken or the window is full, and then until a batch of kBatch results is there
+// rather than one.
 template <typename Result>
 class OrderedPool {
  public:
@@ -56,7 +56,8 @@ class OrderedPool {
         most_threads_(std::min({static_cast<std::size_t>(own_), count, ahead})),
         work_(std::move(work)),
         slots_(ahead) {
-    while (threads_.size() < std::min(most_threads_, cpus_) && StartThread()) {}
+    while (threads_.size() < std::min(most_threads_, cpus_) && StartThread()) {
+    }
   }
   // Stops the threads once each has finished the work in its hands; results not taken are
   // dropped.
@@ -143,7 +144,9 @@ class OrderedPool {
     } while (!claimed_.compare_exchange_weak(*index, *index + 1, std::memory_order_relaxed));
     return true;
   }
-  bool CanClaim(std::size_t index) const { return index < count_ && index < taken_.load() + ahead_; }
+  bool CanClaim(std::size_t index) const {
+    return index < count_ && index < taken_.load() + ahead_;
+  }
 
   void Put(std::size_t index, Result result) {
     Slot& slot = slots_[index % ahead_];
@@ -176,7 +179,8 @@ class OrderedPool {
       }
       std::unique_lock<std::mutex> lock(mutex_);
       ++sleepers_;
-      room_.wait(lock, [&] { return stop_ || claimed_.load() >= count_ || CanClaim(claimed_.load()); });
+      room_.wait(lock,
+                 [&] { return stop_ || claimed_.load() >= count_ || CanClaim(claimed_.load()); });
       --sleepers_;
       if (stop_ || claimed_.load() >= count_) return;
     }

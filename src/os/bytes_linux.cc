@@ -1,8 +1,8 @@
 // The C library's own searches, where it has both (glibc, the BSDs).
 
-#include "os/bytes.h"
-
 #include <string.h>
+
+#include "os/bytes.h"
 
 namespace tabrun::os {
 

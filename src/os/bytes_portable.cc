@@ -1,9 +1,9 @@
 // Standard C++ only, for C libraries without memrchr or memmem (macOS has no memrchr, Windows
 // neither of them).
 
-#include "os/bytes.h"
-
 #include <string_view>
+
+#include "os/bytes.h"
 
 namespace tabrun::os {
 

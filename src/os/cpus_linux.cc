@@ -1,10 +1,10 @@
 // Linux counts the CPUs of the process's affinity mask, which taskset and cgroups narrow.
 
-#include "os/cpus.h"
-
 #include <sched.h>
 
 #include <algorithm>
+
+#include "os/cpus.h"
 
 namespace tabrun::os {
 

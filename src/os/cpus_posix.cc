@@ -1,6 +1,6 @@
-#include "os/cpus.h"
-
 #include <unistd.h>
+
+#include "os/cpus.h"
 
 namespace tabrun::os {
 

@@ -1,7 +1,6 @@
-#include "os/cpus.h"
-
 #include <bit>
 
+#include "os/cpus.h"
 #include "os/text_win32.h"
 
 namespace tabrun::os {

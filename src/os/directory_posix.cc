@@ -1,5 +1,3 @@
-#include "os/directory.h"
-
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -10,6 +8,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "os/directory.h"
 #include "os/file.h"
 
 namespace tabrun::os {

@@ -1,9 +1,8 @@
 // Directories through the wide-character API; names come back as UTF-8.
 
-#include "os/directory.h"
-
 #include <fcntl.h>
 
+#include "os/directory.h"
 #include "os/file.h"
 #include "os/text_win32.h"
 
@@ -25,8 +24,8 @@ bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* 
   }
   if (!wide.empty() && wide.back() != L'\\' && wide.back() != L'/') wide += L'\\';
   WIN32_FIND_DATAW found;
-  const HANDLE find = FindFirstFileExW(win32::ApiPath(wide + L"*").c_str(), FindExInfoBasic,
-                                       &found, FindExSearchNameMatch, nullptr, 0);
+  const HANDLE find = FindFirstFileExW(win32::ApiPath(wide + L"*").c_str(), FindExInfoBasic, &found,
+                                       FindExSearchNameMatch, nullptr, 0);
   entries->clear();
   if (find == INVALID_HANDLE_VALUE) {
     const DWORD code = GetLastError();
@@ -38,9 +37,9 @@ bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* 
     const std::wstring_view name = found.cFileName;
     if (name == L"." || name == L"..") continue;
     // FILETIME counts 100 ns from 1601-01-01, 11644473600 s before 1970.
-    const std::int64_t ticks = static_cast<std::int64_t>(
-        (std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32) |
-        found.ftLastWriteTime.dwLowDateTime);
+    const std::int64_t ticks =
+        static_cast<std::int64_t>((std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32) |
+                                  found.ftLastWriteTime.dwLowDateTime);
     entries->push_back({win32::Utf8(name),
                         (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow,
                         ticks / 10'000'000 - 11'644'473'600,
@@ -71,8 +70,8 @@ int OpenDirectory(const std::string& path, std::string* error) {
   }
   wide = win32::ApiPath(wide);
   const HANDLE handle = CreateFileW(wide.c_str(), FILE_LIST_DIRECTORY,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
     *error = win32::ErrorText(GetLastError());
     return kNoFile;

@@ -1,5 +1,3 @@
-#include "os/file.h"
-
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -8,6 +6,8 @@
 
 #include <cstdlib>
 #include <cstring>
+
+#include "os/file.h"
 
 namespace tabrun::os {
 namespace {

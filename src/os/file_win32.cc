@@ -3,13 +3,12 @@
 // A handle is a C runtime descriptor wrapped around the system's handle, so that the program
 // keeps its plain int handles.
 
-#include "os/file.h"
-
 #include <fcntl.h>
 #include <io.h>
 
 #include <algorithm>
 
+#include "os/file.h"
 #include "os/text_win32.h"
 
 namespace tabrun::os {
@@ -49,8 +48,8 @@ OpenResult OpenForReading(int directory, const std::string& path, int* file, std
   // Backup semantics let a directory open too, so that reading it says what it is; the
   // sharing flags let others write, rename and delete the log while it is read, as on POSIX.
   const HANDLE handle = CreateFileW(wide.c_str(), GENERIC_READ,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
   if (handle == INVALID_HANDLE_VALUE) {
     const DWORD code = GetLastError();
     const bool missing = GetFileAttributesW(wide.c_str()) == INVALID_FILE_ATTRIBUTES;
@@ -168,8 +167,8 @@ int CreateFile(const std::string& path, std::string* error) {
     const DWORD code = GetLastError();
     const DWORD attributes = GetFileAttributesW(wide.c_str());
     // A directory in the way says so, as on Linux, not "Permission denied".
-    const bool directory = attributes != INVALID_FILE_ATTRIBUTES &&
-                           (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const bool directory =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     *error = directory ? IsDirectoryText() : win32::ErrorText(code);
     return kNoFile;
   }
@@ -183,8 +182,8 @@ bool WriteAll(int file, std::string_view bytes, std::size_t* written, std::strin
     const DWORD want = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - *written, 1u << 30));
     DWORD n = 0;
     if (!WriteFile(handle, bytes.data() + *written, want, &n, nullptr) || n == 0) {
-      const DWORD code = n == 0 && GetLastError() == ERROR_SUCCESS ? ERROR_WRITE_FAULT
-                                                                   : GetLastError();
+      const DWORD code =
+          n == 0 && GetLastError() == ERROR_SUCCESS ? ERROR_WRITE_FAULT : GetLastError();
       if (win32::ErrorText(code) == "Broken pipe" && !win32::broken_pipe_ignored) {
         ExitProcess(win32::kBrokenPipeStatus);
       }

@@ -1,5 +1,3 @@
-#include "os/process.h"
-
 #include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
@@ -8,6 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+
+#include "os/process.h"
 
 namespace tabrun::os {
 namespace {

@@ -1,12 +1,11 @@
 // The process on Windows: binary standard handles, the command line in UTF-16, no signals and
 // no shell that lists files.
 
-#include "os/process.h"
-
 #include <fcntl.h>
 #include <io.h>
 #include <stdlib.h>
 
+#include "os/process.h"
 #include "os/text_win32.h"
 // After windows.h, which it needs.
 #include <shellapi.h>

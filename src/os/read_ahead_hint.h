@@ -14,8 +14,7 @@ namespace tabrun::os {
 // which on some systems also sets their own read-ahead going, and when the system cannot tell:
 // a file system that does not say (tmpfs, /proc, some network file systems), and a platform
 // that has no such read, where this returns 0 and sets *cold every time.
-std::size_t ReadCached(int file, char* out, std::size_t length, std::uint64_t offset,
-                       bool* cold);
+std::size_t ReadCached(int file, char* out, std::size_t length, std::uint64_t offset, bool* cold);
 
 // True when HintReadAhead can make the system read ahead on this platform; false where it
 // does nothing, so that the caller need not spend a thread on it.

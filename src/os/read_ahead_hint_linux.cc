@@ -1,15 +1,14 @@
 // Linux reads from the page cache alone with preadv2(RWF_NOWAIT) and fills it on advice.
 
-#include "os/read_ahead_hint.h"
-
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/uio.h>
 
+#include "os/read_ahead_hint.h"
+
 namespace tabrun::os {
 
-std::size_t ReadCached(int file, char* out, std::size_t length, std::uint64_t offset,
-                       bool* cold) {
+std::size_t ReadCached(int file, char* out, std::size_t length, std::uint64_t offset, bool* cold) {
   iovec vector = {out, length};
   const ssize_t got = preadv2(file, &vector, 1, static_cast<off_t>(offset), RWF_NOWAIT);
   // EOPNOTSUPP: the file system cannot say what it caches.

@@ -96,9 +96,12 @@ std::string ErrorText(DWORD code) {
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
       return "Permission denied";
-    case ERROR_DIRECTORY: return "Not a directory";
-    case ERROR_INVALID_FUNCTION: return "Is a directory";  // a read of a directory handle
-    case ERROR_FILENAME_EXCED_RANGE: return "File name too long";
+    case ERROR_DIRECTORY:
+      return "Not a directory";
+    case ERROR_INVALID_FUNCTION:
+      return "Is a directory";  // a read of a directory handle
+    case ERROR_FILENAME_EXCED_RANGE:
+      return "File name too long";
     case ERROR_BROKEN_PIPE:
     case ERROR_NO_DATA:
     case ERROR_PIPE_NOT_CONNECTED:
@@ -106,18 +109,22 @@ std::string ErrorText(DWORD code) {
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
       return "No space left on device";
-    case ERROR_INVALID_HANDLE: return "Bad file descriptor";
+    case ERROR_INVALID_HANDLE:
+      return "Bad file descriptor";
     case ERROR_NOT_ENOUGH_MEMORY:
     case ERROR_OUTOFMEMORY:
       return "Cannot allocate memory";
-    case ERROR_WRITE_PROTECT: return "Read-only file system";
-    case ERROR_TOO_MANY_OPEN_FILES: return "Too many open files";
+    case ERROR_WRITE_PROTECT:
+      return "Read-only file system";
+    case ERROR_TOO_MANY_OPEN_FILES:
+      return "Too many open files";
     case ERROR_CRC:
     case ERROR_READ_FAULT:
     case ERROR_WRITE_FAULT:
     case ERROR_GEN_FAILURE:
       return "Input/output error";
-    default: return "Windows error " + std::to_string(code);
+    default:
+      return "Windows error " + std::to_string(code);
   }
 }
 

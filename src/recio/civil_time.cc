@@ -8,7 +8,7 @@ CivilTime CivilTimeOf(std::int64_t seconds) {
   // by 400-year eras of 146097 days that start on 1 March, so that a leap day ends its year.
   std::int64_t days = seconds / 86400, since_midnight = seconds % 86400;
   if (since_midnight < 0) since_midnight += 86400, --days;  // the day before 1970, not after
-  const std::int64_t z = days + 719468;  // days since 0000-03-01
+  const std::int64_t z = days + 719468;                     // days since 0000-03-01
   const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
   const std::int64_t day_of_era = z - era * 146097;
   const std::int64_t year_of_era =
@@ -18,9 +18,12 @@ CivilTime CivilTimeOf(std::int64_t seconds) {
   const auto march_based_month = static_cast<int>((5 * day_of_year + 2) / 153);  // 0 is March
   const int month = march_based_month < 10 ? march_based_month + 3 : march_based_month - 9;
   const auto second = static_cast<int>(since_midnight);
-  return {year_of_era + era * 400 + (month <= 2), month,
-          static_cast<int>(day_of_year - (153 * march_based_month + 2) / 5 + 1), second / 3600,
-          second / 60 % 60, second % 60};
+  return {year_of_era + era * 400 + (month <= 2),
+          month,
+          static_cast<int>(day_of_year - (153 * march_based_month + 2) / 5 + 1),
+          second / 3600,
+          second / 60 % 60,
+          second % 60};
 }
 
 }  // namespace tabrun

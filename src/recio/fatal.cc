@@ -12,10 +12,18 @@ std::string Printable(std::string_view text) {
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
     switch (c) {
-      case '\\': printable += "\\\\"; break;
-      case '\t': printable += "\\t"; break;
-      case '\n': printable += "\\n"; break;
-      case '\r': printable += "\\r"; break;
+      case '\\':
+        printable += "\\\\";
+        break;
+      case '\t':
+        printable += "\\t";
+        break;
+      case '\n':
+        printable += "\\n";
+        break;
+      case '\r':
+        printable += "\\r";
+        break;
       default:
         if (byte >= 0x20 && byte != 0x7F) {
           printable.push_back(c);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "recio/memory_log.h"
+#include "testing/memory_log.h"
 
 namespace tabrun {
 namespace {

@@ -12,7 +12,9 @@ TEST(NameListTest, SortsFromAnIndexByUnsignedBytes) {
     std::vector<std::string> want;
   } cases[] = {
       {{"b", "a"}, 2, {"b", "a"}},
-      {{"b.log", "", "\xe9.log", "a b.log", "a.log"}, 0, {"", "a b.log", "a.log", "b.log", "\xe9.log"}},
+      {{"b.log", "", "\xe9.log", "a b.log", "a.log"},
+       0,
+       {"", "a b.log", "a.log", "b.log", "\xe9.log"}},
       {{"z", "y", "x", "w"}, 2, {"z", "y", "w", "x"}},
       {{"zz", "z", "", "zz"}, 1, {"zz", "", "z", "zz"}},
   };

@@ -99,13 +99,20 @@ void AppendJsonString(std::string_view text, std::string* out) {
   out->push_back('"');
   AppendUtf8(text, out, [](std::uint8_t byte) -> std::string_view {
     switch (byte) {
-      case '"': return "\\\"";
-      case '\\': return "\\\\";
-      case '\b': return "\\b";
-      case '\t': return "\\t";
-      case '\n': return "\\n";
-      case '\f': return "\\f";
-      case '\r': return "\\r";
+      case '"':
+        return "\\\"";
+      case '\\':
+        return "\\\\";
+      case '\b':
+        return "\\b";
+      case '\t':
+        return "\\t";
+      case '\n':
+        return "\\n";
+      case '\f':
+        return "\\f";
+      case '\r':
+        return "\\r";
       default:
         return byte < 0x20 ? std::string_view(&kControlEscapes[6 * byte], 6) : std::string_view();
     }
@@ -116,13 +123,20 @@ void AppendJsonString(std::string_view text, std::string* out) {
 void AppendHtmlText(std::string_view text, std::string* out) {
   AppendUtf8(text, out, [](std::uint8_t byte) -> std::string_view {
     switch (byte) {
-      case '&': return "&amp;";
-      case '<': return "&lt;";
-      case '>': return "&gt;";
-      case '"': return "&quot;";
-      case '\'': return "&#39;";
-      case '\0': return kReplacement;
-      default: return {};
+      case '&':
+        return "&amp;";
+      case '<':
+        return "&lt;";
+      case '>':
+        return "&gt;";
+      case '"':
+        return "&quot;";
+      case '\'':
+        return "&#39;";
+      case '\0':
+        return kReplacement;
+      default:
+        return {};
     }
   });
 }

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "recio/memory_log.h"
-#include "report/unpack_for_tests.h"
+#include "testing/memory_log.h"
+#include "testing/unpack.h"
 
 namespace tabrun {
 namespace {
@@ -35,8 +35,8 @@ std::string PageOf(const std::vector<ScriptRow>& rows,
                    std::vector<std::string> paths = {"runs"}, std::int64_t made_at = 0) {
   HtmlReport report(std::move(paths), made_at);
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    report.Add(rows[i],
-               HtmlReport::Encode(rows[i], i < tails.size() ? tails[i] : std::vector<std::string>()));
+    report.Add(rows[i], HtmlReport::Encode(
+                            rows[i], i < tails.size() ? tails[i] : std::vector<std::string>()));
   }
   std::string page;
   report.WritePage([&page](std::string_view piece) { page.append(piece); });
@@ -99,27 +99,41 @@ TEST(HtmlReportTest, HeaderLines) {
     std::string line;
   } cases[] = {
       {{}, dot, 0, "<p id=\"best\">No run has a chi2, rf2 or cpu_seconds.</p>"},
-      {{}, dot, 0,
+      {{},
+       dot,
+       0,
        count + "0 logs: <button type=\"button\" disabled data-status=\"ok\">ok <b>0</b></button>"},
-      {std::vector(1000, Row("a", "ok")), dot, 0,
-       count + "1,000 logs:" + ok + "1,000</b> 100.0 %"},
+      {std::vector(1000, Row("a", "ok")), dot, 0, count + "1,000 logs:" + ok + "1,000</b> 100.0 %"},
       {{Row("a", "ok")}, dot, 0, count + "1 log:" + ok + "1</b> 100.0 %</button>"},
       // chi2 before rf2 before cpu_seconds; on a tie the first log.
-      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", 4, {}, 1), Row("c", "ok", 4)}, dot, 0,
+      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", 4, {}, 1), Row("c", "ok", 4)},
+       dot,
+       0,
        "<p id=\"best\">Best chi2 4: <code>b</code>.</p>"},
-      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", {}, 2)}, dot, 0,
+      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", {}, 2)},
+       dot,
+       0,
        "<p id=\"best\">Best rf2 2: <code>b</code>.</p>"},
       // RF2=103.225 is 103.225, not the " 03.225" of the summary's columns.
-      {{Trial("103.225"), Trial("9.4312")}, dot, 0,
+      {{Trial("103.225"), Trial("9.4312")},
+       dot,
+       0,
        "<p id=\"best\">Best rf2 9.4312: <code>sa_9.4312.log</code>.</p>"},
-      {{Row("a", "ok", {}, {}, 1e-7), Row("<x>", "ok", {}, {}, -0.0)}, dot, 0,
+      {{Row("a", "ok", {}, {}, 1e-7), Row("<x>", "ok", {}, {}, -0.0)},
+       dot,
+       0,
        "<p id=\"best\">Best cpu_seconds -0: <code>&lt;x&gt;</code>.</p>"},
-      {{}, eleven, -1,
+      {{},
+       eleven,
+       -1,
        "<p>Batch <code>0</code> <code>1</code> <code>2</code> <code>3</code> <code>4</code> "
        "<code>5</code> <code>6</code> <code>7</code> <code>8</code> <code>9</code> and 1 more, "
-       "made 1969-12-31 23:59:59" + made},
+       "made 1969-12-31 23:59:59" +
+           made},
       {{}, dot, 1'000'000'000'000, "<p>Batch <code>.</code>, made 33658-09-27 01:46:40" + made},
-      {{}, dot, std::numeric_limits<std::int64_t>::max(),
+      {{},
+       dot,
+       std::numeric_limits<std::int64_t>::max(),
        "<p>Batch <code>.</code>, made 9223372036854775807 s after 1970-01-01 00:00:00" + made},
   };
   for (const Case& c : cases) {

@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "report/unpack_for_tests.h"
+#include "testing/unpack.h"
 
 namespace tabrun {
 namespace {

@@ -1,7 +1,7 @@
 // For tests: a text in a temporary file of its own, opened as a LogText.
 
-#ifndef TABRUN_RECIO_MEMORY_LOG_H_
-#define TABRUN_RECIO_MEMORY_LOG_H_
+#ifndef TABRUN_TESTING_MEMORY_LOG_H_
+#define TABRUN_TESTING_MEMORY_LOG_H_
 
 #include <atomic>
 #include <cstdint>
@@ -61,4 +61,4 @@ class MemoryLog {
 
 }  // namespace tabrun
 
-#endif  // TABRUN_RECIO_MEMORY_LOG_H_
+#endif  // TABRUN_TESTING_MEMORY_LOG_H_

@@ -1,7 +1,7 @@
 // For tests: the text that PackedText::WriteBase64 wrote, unpacked again.
 
-#ifndef TABRUN_REPORT_UNPACK_FOR_TESTS_H_
-#define TABRUN_REPORT_UNPACK_FOR_TESTS_H_
+#ifndef TABRUN_TESTING_UNPACK_H_
+#define TABRUN_TESTING_UNPACK_H_
 
 #include <zlib.h>
 
@@ -53,4 +53,4 @@ inline std::optional<std::string> Unpack(std::string_view base64) {
 
 }  // namespace tabrun
 
-#endif  // TABRUN_REPORT_UNPACK_FOR_TESTS_H_
+#endif  // TABRUN_TESTING_UNPACK_H_

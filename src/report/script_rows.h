@@ -82,7 +82,7 @@ void ForEachCell(const ScriptRow& row, Cell cell) {
 // "last number in the log name" uses too. A number is a run of the digits 0 to 9, together
 // with a '.' and the run of digits right after it when they follow; the name is read from its
 // start, so that "NdFeB_T005K.log" gives 5, "T12.5K.log" 12.5 and "a1.2.3.log" 3. It is read
-// as a double: "run10000000000000002.log" gives 1e+16. None when the name holds no digit, or
+// as a double: "run10000000000000001.log" gives 1e+16. None when the name holds no digit, or
 // its last number is too large for a double.
 std::optional<double> NameNumber(std::string_view log);
 

@@ -1,5 +1,6 @@
 #include "driver/command_line.h"
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 
@@ -135,9 +136,52 @@ std::string ReadShort(const std::vector<std::string>& args, size_t* i, Asked* as
   return {};
 }
 
+// `path` as one word for a POSIX shell, as ExtraOperandHint says.
+std::string PosixWord(std::string_view path) {
+  const std::string_view first = path.substr(0, path.find('/'));
+  std::string word = "'";
+  if (!path.starts_with('/') && first != "." && first != "..") word += "./";
+  for (const char c : path) {
+    if (c == '\'') {
+      word += R"('\'')";
+    } else {
+      word += c;
+    }
+  }
+  return word + "'";
+}
+
+// `path` as one word for cmd.exe, as ExtraOperandHint says; for a program (`program`) the
+// backslashes that end it are doubled, for cmd.exe's own cd not.
+std::string CmdWord(std::string_view path, bool program) {
+  std::string word = path.starts_with('-') ? R"(".\)" : R"(")";
+  for (const char c : path) word += c == '/' ? '\\' : c;
+  const std::size_t end = word.find_last_not_of('\\') + 1;
+  if (program) word.append(word.size() - end, '\\');
+  return word + '"';
+}
+
 }  // namespace
 
-CommandLine ParseCommandLine(const std::vector<std::string>& args) {
+std::string ExtraOperandHint(std::string_view operand, os::ShellSyntax shell) {
+  const bool control = std::any_of(operand.begin(), operand.end(), [](char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+  });
+  if (operand.empty() || control) return {};
+  std::string cd;
+  std::string csv;
+  if (shell == os::ShellSyntax::kPosix) {
+    cd = "cd " + PosixWord(operand);
+    csv = PosixWord(operand);
+  } else {
+    if (operand.find_first_of("%\"") != std::string_view::npos) return {};
+    cd = "cd /d " + CmdWord(operand, false);
+    csv = CmdWord(operand, true);
+  }
+  return "for the logs in that directory: " + cd + " && tabrun, or tabrun --csv " + csv;
+}
+
+CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSyntax shell) {
   Asked asked;
   std::vector<std::string> operands;
   for (size_t i = 0; i < args.size(); ++i) {
@@ -164,9 +208,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args) {
   if (asked.mode == Command::kRun) {
     if (operands.empty()) return line;
     const std::string& operand = operands.front();
-    return UsageError("extra operand '" + operand + "'",
-                      "for the logs in '" + operand + "': cd '" + operand +
-                          "' && tabrun, or tabrun --csv '" + operand + "'");
+    return UsageError("extra operand '" + operand + "'", ExtraOperandHint(operand, shell));
   }
   if (operands.empty()) operands.emplace_back(".");
   line.command = asked.mode;

@@ -4,7 +4,10 @@
 #define TABRUN_DRIVER_COMMAND_LINE_H_
 
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "os/process.h"
 
 namespace tabrun {
 
@@ -28,7 +31,8 @@ struct CommandLine {
   int jobs = 0;                    // -j N or --jobs=N, from 1 to kMaxJobs; 0 when not given
   // For kUsageError: what is wrong, without "tabrun: ".
   std::string error;
-  // For kUsageError: a line, without "tabrun: ", that says what to type instead; may be empty.
+  // For kUsageError: a line, without "tabrun: ", that says what to type instead, to be written
+  // as it is (ExtraOperandHint's); may be empty.
   std::string hint;
 };
 
@@ -41,8 +45,22 @@ struct CommandLine {
 // may be grouped, and -j takes its number joined or as the next argument. The first wrong
 // option ends the reading. -h, --help or --version anywhere wins over everything else but an
 // option error. Paths are taken only with --csv, --json or --html; one of them may be given any
-// number of times, but not two different ones.
-CommandLine ParseCommandLine(const std::vector<std::string>& args);
+// number of times, but not two different ones. An operand without one of them is an error
+// whose hint is ExtraOperandHint's for `shell`.
+CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSyntax shell);
+
+// What to type in `shell` to read the logs of the directory `operand`, given without --csv, as
+// a line without "tabrun: ", for example
+//   for the logs in that directory: cd './runs' && tabrun, or tabrun --csv './runs'
+//   for the logs in that directory: cd /d "C:\runs" && tabrun, or tabrun --csv "C:\runs"
+// Each command hands the operand over as it is, and nothing in it becomes an option or a
+// special name: for a POSIX shell a relative operand starts with "./" (so that cd reads no
+// option in it, "-" is not the previous directory and CDPATH is not searched) and stands in
+// single quotes; for cmd.exe it has backslashes, ".\" before a leading '-', and double quotes,
+// inside which tabrun's C runtime would read the backslashes that end it as an escaped quote
+// unless they are doubled. Empty when no such command can be written: for an empty operand,
+// one that holds a control character, and for cmd.exe one that holds '%' or '"'.
+std::string ExtraOperandHint(std::string_view operand, os::ShellSyntax shell);
 
 // The help text printed for kHelp, ending with a line feed.
 std::string HelpText();

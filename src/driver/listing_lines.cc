@@ -5,19 +5,14 @@
 #include <string_view>
 
 #include "recio/civil_time.h"
+#include "recio/log_directory.h"
 
 namespace tabrun {
-namespace {
 
-// Whether the shell's *.log would match `name`: globs skip hidden names.
-bool MatchesLogGlob(std::string_view name) {
-  return name.ends_with(".log") && !name.starts_with('.');
-}
-
-}  // namespace
-
-std::string ListingLines(std::vector<os::DirectoryEntry> entries) {
-  std::erase_if(entries, [](const os::DirectoryEntry& e) { return !MatchesLogGlob(e.name); });
+std::string ListingLines(std::vector<os::DirectoryEntry> entries, os::NameCase name_case) {
+  std::erase_if(entries, [name_case](const os::DirectoryEntry& e) {
+    return !MatchesLogPattern(e.name, name_case);
+  });
   // std::string compares as unsigned bytes, which is the C locale's collation.
   std::sort(
       entries.begin(), entries.end(),

@@ -22,11 +22,13 @@ int Print(const std::string& text) {
 
 int UsageError(const tabrun::CommandLine& command_line) {
   tabrun::PrintError(command_line.error);
-  if (!command_line.hint.empty()) tabrun::PrintError(command_line.hint);
-  const std::string line = std::string(tabrun::kTryHelp) + "\n";
+  // The hint is a command to type: as it is, its backslashes not doubled.
+  std::string lines;
+  if (!command_line.hint.empty()) lines += "tabrun: " + command_line.hint + "\n";
+  lines += std::string(tabrun::kTryHelp) + "\n";
   std::size_t written;
   std::string ignored;
-  tabrun::os::WriteAll(tabrun::os::kStandardError, line, &written, &ignored);
+  tabrun::os::WriteAll(tabrun::os::kStandardError, lines, &written, &ignored);
   return tabrun::kUsageExitStatus;
 }
 
@@ -34,7 +36,8 @@ int UsageError(const tabrun::CommandLine& command_line) {
 
 int main(int argc, char** argv) {
   tabrun::os::OpenStandardHandles();
-  const tabrun::CommandLine line = tabrun::ParseCommandLine(tabrun::os::Arguments(argc, argv));
+  const tabrun::CommandLine line =
+      tabrun::ParseCommandLine(tabrun::os::Arguments(argc, argv), tabrun::os::TypingShell());
   const int jobs = line.jobs != 0 ? line.jobs : tabrun::os::UsableCpus();
   switch (line.command) {
     case tabrun::Command::kRun:

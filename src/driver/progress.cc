@@ -39,7 +39,9 @@ void Progress::Done(std::uint64_t bytes) {
   bytes_ += bytes;
   if (!enabled_) return;
   const double elapsed = SecondsSince(start_);
-  if (elapsed < kFirstDraw || (shown_ && elapsed - last_draw_ < kRedraw)) return;
+  // On the clock alone: output that takes the line away between two draws (a row on the same
+  // terminal) must not bring it back with every row.
+  if (elapsed < kFirstDraw || elapsed - last_draw_ < kRedraw) return;
   last_draw_ = elapsed;
   char line[128];
   const int length =

@@ -18,7 +18,8 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // Counts one more log, which held `bytes` bytes, and redraws the line now and then.
+  // Counts one more log, which held `bytes` bytes, and redraws the line at most every 0.2 s,
+  // whether or not output has taken it away since the last draw.
   void Done(std::uint64_t bytes);
 
   // Takes the line away if it is shown and standard output is the same kind of terminal, so

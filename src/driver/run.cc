@@ -111,7 +111,7 @@ void WriteListing(Streams& out) {
     PrintError("cannot read the directory: " + error);
     entries.clear();
   }
-  const std::string text = ListingLines(std::move(entries));
+  const std::string text = ListingLines(std::move(entries), os::PatternCase());
   const int fd = os::CreateFile(kListingFile, &error);
   if (fd == os::kNoFile) out.Fatal(kListingUnit, kListingFile, "cannot open", error);
   std::size_t written;

@@ -11,6 +11,12 @@
 
 namespace tabrun::os {
 
+// How the platform's own tools match a file name against a pattern such as *.log: with case
+// counting, as the shells of Linux and macOS do, or in any case, as cmd.exe, PowerShell and
+// FindFirstFile do on Windows.
+enum class NameCase { kExact, kAnyCase };
+NameCase PatternCase();
+
 // True when `path` names a directory, following symbolic links; false for anything else,
 // for a name that names nothing, and when the system cannot tell.
 bool IsDirectory(const std::string& path);

@@ -39,6 +39,8 @@ int OpenDirectoryFd(const std::string& path) {
 
 }  // namespace
 
+NameCase PatternCase() { return NameCase::kExact; }
+
 bool IsDirectory(const std::string& path) {
   struct stat st;
   if (stat(path.c_str(), &st) == 0) return S_ISDIR(st.st_mode);

@@ -8,6 +8,8 @@
 
 namespace tabrun::os {
 
+NameCase PatternCase() { return NameCase::kAnyCase; }
+
 bool IsDirectory(const std::string& path) {
   std::wstring wide;
   if (!win32::Wide(path, &wide)) return false;

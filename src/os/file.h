@@ -33,9 +33,11 @@ enum class OpenResult {
 // that can be opened is: a directory too, where the platform allows it (Describe tells what
 // was opened). The open never waits: a fifo without a writer opens at once, and a terminal
 // does not become the program's controlling terminal. The handle is not inherited by the
-// listing command. On kMissing and kFailed, *error holds the system's own text for the reason
-// ("No such file or directory", "Permission denied"); for kFailed it is the reason the open
-// failed, for kMissing the reason the name names nothing.
+// listing command. A path too long for the system to take whole, from the working directory
+// or from the root, is opened from its directory, which OpenDirectory (directory.h) opens one
+// component at a time; a name too long in itself fails. On kMissing and kFailed, *error holds
+// the system's own text for the reason ("No such file or directory", "Permission denied"); for
+// kFailed it is the reason the open failed, for kMissing the reason the name names nothing.
 OpenResult OpenForReading(int directory, const std::string& path, int* file, std::string* error);
 
 // kPipe is a pipe or a named pipe (a FIFO); kOther anything else that is not a regular file or

@@ -7,12 +7,27 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "os/directory.h"
 #include "os/file.h"
 
 namespace tabrun::os {
 namespace {
 
 int SystemDirectory(int directory) { return directory == kWorkingDirectory ? AT_FDCWD : directory; }
+
+// Opens `path`, too long for the system to take whole, by its last component in its directory,
+// which OpenDirectory walks one component at a time. A directory that cannot be opened makes
+// the file missing, as a failed look-up does for a shorter path. A path ending in '/' names the
+// directory itself.
+OpenResult OpenThroughDirectory(const std::string& path, int* file, std::string* error) {
+  const std::size_t slash = path.rfind('/');
+  const std::string name = slash + 1 == path.size() ? "." : path.substr(slash + 1);
+  const int directory = OpenDirectory(path.substr(0, slash + 1), error);
+  if (directory == kNoFile) return OpenResult::kMissing;
+  const OpenResult opened = OpenForReading(directory, name, file, error);
+  CloseFile(directory);
+  return opened;
+}
 
 }  // namespace
 
@@ -26,6 +41,11 @@ OpenResult OpenForReading(int directory, const std::string& path, int* file, std
   *file = openat(at, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (*file >= 0) return OpenResult::kOpened;
   const int open_errno = errno;
+  // A name too long in itself stays so; a long path of short names is walked.
+  if (open_errno == ENAMETOOLONG && path.find('/') != std::string::npos &&
+      (directory == kWorkingDirectory || path.starts_with('/'))) {
+    return OpenThroughDirectory(path, file, error);
+  }
   // Missing when the name leads nowhere; otherwise it exists and the open's reason counts.
   struct stat st;
   const bool missing = fstatat(at, path.c_str(), &st, 0) != 0;

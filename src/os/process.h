@@ -22,6 +22,11 @@ void IgnoreBrokenPipe();
 // RunShellCommand can run the listing command; false on Windows, whose cmd.exe has neither.
 bool ShellListsFiles();
 
+// The shell a person types commands into here, whose quoting a command shown to them must
+// follow: a POSIX shell (sh, bash, dash, zsh) on Linux and macOS, cmd.exe on Windows.
+enum class ShellSyntax { kPosix, kCmd };
+ShellSyntax TypingShell();
+
 // The command-line arguments after the program's name, as UTF-8: on POSIX systems the bytes
 // of argv as they came; where the system keeps the command line in another encoding, it is
 // converted, and `argv` is not used.

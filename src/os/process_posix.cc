@@ -29,6 +29,8 @@ void IgnoreBrokenPipe() { signal(SIGPIPE, SIG_IGN); }
 
 bool ShellListsFiles() { return true; }
 
+ShellSyntax TypingShell() { return ShellSyntax::kPosix; }
+
 std::vector<std::string> Arguments(int argc, char** argv) {
   return std::vector<std::string>(argv + std::min(argc, 1), argv + argc);
 }

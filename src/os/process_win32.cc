@@ -33,6 +33,8 @@ void IgnoreBrokenPipe() { win32::broken_pipe_ignored = true; }
 
 bool ShellListsFiles() { return false; }
 
+ShellSyntax TypingShell() { return ShellSyntax::kCmd; }
+
 std::vector<std::string> Arguments(int, char**) {
   // argv holds the arguments in the ANSI code page, where a Greek or CJK name is lost: the
   // UTF-16 command line holds them all.

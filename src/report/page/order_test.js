@@ -1,0 +1,46 @@
+// The page's orders under node --test: natural order, texts at any count, rows by number.
+'use strict';
+const test = require('node:test');
+const assert = require('node:assert/strict');
+const o = require('./order.js');
+
+test('natural order: numbers by the value name_number reads, ties by the text', () => {
+  const sorted = ['', 'T05K', 'T5K', 'T10K', 'T12.25K', 'T12.5K', 'T100K', 'T100K.b', 'Ta',
+    'a1.10', 'a1.2.3', 'a1.2.10', 'a2', 'a10', 'b',
+    // Every number of a path counts, not only the last; 1e16 and ...01 are one double.
+    'n2/S12_t9', 'n2/S12_t10', 'n10/S1_t1', 'r10000000000000000', 'r10000000000000001',
+    'r10000000000000002', 'x'.padEnd(400, '9')];
+  assert.deepEqual([...sorted].reverse().sort(o.naturalCompare), sorted);
+  assert.deepEqual([...o.textPlaces(['T10K', '', 'T5K', 'T10K'], true)], [2, NaN, 1, 2]);
+  assert.deepEqual([...o.textPlaces(['T10K', 'T5K'], false)], [0, 1]);
+});
+
+// The order by comparison of the same keys: index order on a tie.
+const compared = (keys) => [...keys.keys()].sort((a, b) =>
+  (keys[a] < keys[b] ? -1 : keys[a] > keys[b] ? 1 : a - b));
+
+test('orderOfTexts: large groups by code units agree with comparison, at any count', () => {
+  const texts = Array.from({length: 3000}, (_, i) => ['', 'a', 'ab', '\uffff'][i % 4] + (i % 7));
+  assert.deepEqual([...o.orderOfTexts(texts)], compared(texts));
+  // Past 2^18 rows a row no longer fits beside two code units in a double.
+  const names = Array.from({length: 300000}, (_, i) => `node${(i * 7919) % 61}/S${i % 13}_task` +
+    `${(i * 104729) % 300007}`);
+  const keys = names.map(o.naturalKey);
+  assert.deepEqual([...o.orderOfTexts(keys)], compared(keys));
+  // Equal keys in large groups: the texts decide, then the rows.
+  const series = Array.from({length: 100000}, (_, i) => `x${'0'.repeat(i % 3)}${i % 5000}`);
+  assert.deepEqual([...o.orderOfTexts(series.map(o.naturalKey), series)],
+    [...series.keys()].sort((a, b) => o.naturalCompare(series[a], series[b]) || a - b));
+});
+
+test('rowsByKey: by value either way, ties in row order, rows without a key left out', () => {
+  const key = [3, NaN, -0, 1, 3, 0, -Infinity, 2, NaN, 1];
+  assert.deepEqual([...o.rowsByKey(key)], [6, 2, 5, 3, 9, 7, 0, 4]);
+  assert.deepEqual([...o.rowsByKey(key, true)], [0, 4, 7, 3, 9, 2, 5, 6]);
+  const many = Float64Array.from({length: 300000}, (_, i) => (i * 7919) % 1009 / 7);
+  assert.deepEqual([...o.rowsByKey(many)], [...many.keys()].sort((a, b) =>
+    many[a] - many[b] || a - b));
+  const shown = Uint32Array.of(1, 4, 5, 8, 9);
+  const kept = o.rowsByKey(key, true).filter((r) => shown.includes(r));
+  assert.deepEqual([...o.emptyLast(kept, key, shown)], [4, 9, 5, 1, 8]);
+});

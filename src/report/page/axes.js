@@ -85,11 +85,14 @@ const PageAxes = (() => {
     return `${Number(mantissa)}e${Number(exponent)}`;
   }
 
+  // The value at position p of a logarithmic axis, 10^p, within the positive finite doubles.
+  const unlog = (p) => Math.min(Math.max(10 ** p, Number.MIN_VALUE), MAX);
+
   // The ticks of an axis from lo to hi as [position, text] pairs. On a logarithmic axis
   // (`log`) the positions, and lo and hi, are log10 of the values the texts name.
   function axisTicks(lo, hi, count, log, integer) {
     if (!log) return ticks(lo, hi, count, integer).map((t) => [t, tickLabel(t)]);
-    return logTicks(10 ** lo, 10 ** hi, count).map((t) => [Math.log10(t), tickLabel(t)]);
+    return logTicks(unlog(lo), unlog(hi), count).map((t) => [Math.log10(t), tickLabel(t)]);
   }
 
   // The i-th of the edges that cut [lo, hi] into `bins` of equal width (0 is lo, bins is hi);
@@ -124,7 +127,7 @@ const PageAxes = (() => {
     return at;
   }
 
-  return {axisEnds, ticks, logTicks, tickLabel, axisTicks, binEdge, binOf, histogram};
+  return {axisEnds, ticks, logTicks, tickLabel, unlog, axisTicks, binEdge, binOf, histogram};
 })();
 
 if (typeof module === 'object' && module) module.exports = PageAxes;

@@ -42,6 +42,7 @@ test('axisTicks: a logarithmic axis zoomed out past the doubles ends', () => {
     assert.ok(t.length >= 2 && t.length <= 8, `${lo} ${hi}: ${t}`);
     assert.ok(t.every(([p, text]) => Number.isFinite(p) && !/NaN|Infinity/.test(text)));
   }
+  assert.deepEqual([-400, 0, 400].map(a.unlog), [5e-324, 1, MAX]);
 });
 
 test('axisEnds: finite, apart, spare room only where asked', () => {

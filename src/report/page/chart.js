@@ -255,7 +255,7 @@ const PageChart = ((Axes, Cells) => {
       }
       marks.push({x: (a + b) / 2, y: f.py(count), bin: i});
     });
-    const text = (v) => Axes.tickLabel(scene.log ? 10 ** v : v);
+    const text = (v) => Axes.tickLabel(scene.log ? Axes.unlog(v) : v);
     const note = `${counts.length} bins of equal width${scene.log ? ' in log10' : ''} from ` +
       `${text(lo)} to ${text(hi)} for ${group(scene.hist.shown)} runs: 2 n^(1/3) bins, ` +
       'rounded up, at most 100.';
@@ -278,8 +278,8 @@ const PageChart = ((Axes, Cells) => {
   function tipText(scene, m) {
     if (m.bin === undefined) return scene.describe(m.layer, scene.layers[m.layer].rows[m.k]);
     const {lo, hi, counts} = scene.hist;
-    const text = (i) => Cells.shortText(scene.log ? 10 ** Axes.binEdge(lo, hi, counts.length, i)
-      : Axes.binEdge(lo, hi, counts.length, i));
+    const edge = (i) => Axes.binEdge(lo, hi, counts.length, i);
+    const text = (i) => Cells.shortText(scene.log ? Axes.unlog(edge(i)) : edge(i));
     return `${group(counts[m.bin])} runs with ${scene.figure} from ${text(m.bin)} to ` +
       `${text(m.bin + 1)}`;
   }

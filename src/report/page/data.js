@@ -96,9 +96,13 @@ const PageData = ((Cells) => {
   // The view at the start: names that carry different numbers (in most runs) go by that number
   // on the chart and in natural order in the table.
   function startView(nameNumbers, figure) {
-    const numbers = nameNumbers.filter((v) => !Number.isNaN(v));
-    const numbered = numbers.length * 2 > nameNumbers.length &&
-      numbers.some((v) => v !== numbers[0]);
+    let [count, first, differ] = [0, NaN, false];
+    for (const v of nameNumbers) {
+      if (Number.isNaN(v)) continue;
+      if (count++ === 0) first = v;
+      else differ = differ || v !== first;
+    }
+    const numbered = count * 2 > nameNumbers.length && differ;
     return {figure, view: 'series', x: numbered ? 'num' : 'pos', y: 'lin',
       sort: numbered ? 'log' : ''};
   }

@@ -15,22 +15,24 @@ test('natural order: numbers by the value name_number reads, ties by the text', 
   assert.deepEqual([...o.textPlaces(['T10K', 'T5K'], false)], [0, 1]);
 });
 
-// The order by comparison of the same keys: index order on a tie.
-const compared = (keys) => [...keys.keys()].sort((a, b) =>
-  (keys[a] < keys[b] ? -1 : keys[a] > keys[b] ? 1 : a - b));
+// The order by comparison: by natural key (when `natural`), by text, by index.
+const compared = (texts, natural) => {
+  const keys = natural ? texts.map(o.naturalKey) : texts;
+  const byUnits = (a, b) => (a < b ? -1 : a > b ? 1 : 0);
+  return [...texts.keys()].sort((a, b) => byUnits(keys[a], keys[b]) ||
+    byUnits(texts[a], texts[b]) || a - b);
+};
 
 test('orderOfTexts: large groups by code units agree with comparison, at any count', () => {
   const texts = Array.from({length: 3000}, (_, i) => ['', 'a', 'ab', '\uffff'][i % 4] + (i % 7));
-  assert.deepEqual([...o.orderOfTexts(texts)], compared(texts));
+  assert.deepEqual([...o.orderOfTexts(texts)], compared(texts, false));
   // Past 2^18 rows a row no longer fits beside two code units in a double.
   const names = Array.from({length: 300000}, (_, i) => `node${(i * 7919) % 61}/S${i % 13}_task` +
     `${(i * 104729) % 300007}`);
-  const keys = names.map(o.naturalKey);
-  assert.deepEqual([...o.orderOfTexts(keys)], compared(keys));
+  assert.deepEqual([...o.orderOfTexts(names, true)], compared(names, true));
   // Equal keys in large groups: the texts decide, then the rows.
   const series = Array.from({length: 100000}, (_, i) => `x${'0'.repeat(i % 3)}${i % 5000}`);
-  assert.deepEqual([...o.orderOfTexts(series.map(o.naturalKey), series)],
-    [...series.keys()].sort((a, b) => o.naturalCompare(series[a], series[b]) || a - b));
+  assert.deepEqual([...o.orderOfTexts(series, true)], compared(series, true));
 });
 
 test('rowsByKey: by value either way, ties in row order, rows without a key left out', () => {

@@ -63,10 +63,18 @@
 
   const statusOf = (row) => data.col.status.values[data.col.status.data[row]];
   const figureOf = (row) => data.col[state.figure].data[row];
-  const valueOf = (row) => {
-    const v = figureOf(row);
-    return state.y === 'log' ? (v > 0 ? Math.log10(v) : NaN) : v;
-  };
+
+  // The values of the view's figure for `rows`: log10 of them on a logarithmic axis, where
+  // those at or below 0 have none (NaN).
+  function valuesOf(rows) {
+    const figure = data.col[state.figure].data;
+    const out = new Float64Array(rows.length);
+    for (let k = 0; k < rows.length; k++) {
+      const v = figure[rows[k]];
+      out[k] = state.y !== 'log' ? v : v > 0 ? Math.log10(v) : NaN;
+    }
+    return out;
+  }
 
   // The runs of the view as a layer of the chart. By run: the rows that have an x, in x order;
   // rank plot and histogram: the rows that have the figure (above 0 on a logarithmic axis),
@@ -76,14 +84,17 @@
     if (state.view === 'series') {
       const byName = state.x === 'num';
       const rows = byName ? orderOf('name_number', data.col.name_number.data, false) : shown;
-      const x = Float64Array.from(rows, (r) => (byName ? data.col.name_number.data[r] : r + 1));
-      return {rows, x, y: Float64Array.from(rows, valueOf), band: failed(rows),
-        colour: 'accent', line: 'mark-line'};
+      const x = new Float64Array(rows.length);
+      for (let k = 0; k < rows.length; k++) {
+        x[k] = byName ? data.col.name_number.data[rows[k]] : rows[k] + 1;
+      }
+      return {rows, x, y: valuesOf(rows), band: failed(rows), colour: 'accent', line: 'mark-line'};
     }
     let rows = orderOf(state.figure, data.col[state.figure].data, false);
     if (state.y === 'log') rows = rows.filter((r) => figureOf(r) > 0);
-    return {rows, x: Float64Array.from(rows, (r, k) => k + 1), y: Float64Array.from(rows, valueOf),
-      band: () => null, colour: 'accent', line: 'accent'};
+    const x = new Float64Array(rows.length);
+    for (let k = 0; k < rows.length; k++) x[k] = k + 1;
+    return {rows, x, y: valuesOf(rows), band: () => null, colour: 'accent', line: 'accent'};
   }
 
   // What the chart marks beyond the runs: the best and the selected run, and the legend.
@@ -147,7 +158,7 @@
   }
 
   function showSummary() {
-    const s = PageStats.summary(Float64Array.from(shown, figureOf));
+    const s = PageStats.summary(PageStats.valuesAt(data.col[state.figure].data, shown));
     $('summary').textContent = !s ? '' :
       `${state.figure} of ${group(s.n)} ${s.n === 1 ? 'run' : 'runs'}: best ` +
       `${numberText(s.best)}, shared by ${group(s.ties)}; within 10 % of it ${group(s.near)} ` +

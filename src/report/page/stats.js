@@ -30,6 +30,13 @@ const PageStats = (() => {
     return best;
   }
 
+  // values[r] for each of `rows`, in their order.
+  function valuesAt(values, rows) {
+    const out = new Float64Array(rows.length);
+    for (let k = 0; k < rows.length; k++) out[k] = values[rows[k]];
+    return out;
+  }
+
   // The q-quantile of ascending `sorted` values, interpolated between the two nearest ranks
   // (the rule of R's default and of spreadsheets' QUARTILE.INC).
   function quantile(sorted, q) {
@@ -56,7 +63,7 @@ const PageStats = (() => {
       q3: quantile(sorted, 0.75)};
   }
 
-  return {filterRows, codeCounts, bestRow, summary};
+  return {filterRows, codeCounts, bestRow, valuesAt, summary};
 })();
 
 if (typeof module === 'object' && module) module.exports = PageStats;

@@ -38,14 +38,7 @@ const PageTable = ((Cells) => {
     const body = element.tBodies[0];
     const heads = cols.map((c) => head(c, onSort));
     element.tHead.rows[0].append(...heads);
-    for (let k = 0; k < PAGE_ROWS; k++) {
-      const tr = body.insertRow();
-      for (const c of cols) tr.insertCell().className = c.type === 'number' ? 'num' : '';
-      const pick = document.createElement('button');
-      pick.type = 'button';
-      pick.className = 'pick';
-      tr.cells[0].append(pick);
-    }
+    for (let k = 0; k < PAGE_ROWS; k++) body.append(emptyRow(cols));
     body.addEventListener('click', (e) => {
       const tr = e.target.closest('tr');
       if (tr) onPick(Number(tr.dataset.row));
@@ -53,12 +46,13 @@ const PageTable = ((Cells) => {
     let rows = new Uint32Array(0);
     let page = 0;
     let marks = {selected: -1, best: -1, figure: ''};
-    const pageCount = () => Math.max(1, Math.ceil(rows.length / PAGE_ROWS));
     const table = {
       rows: () => rows,
       // Shows `order` from its first page.
       setRows(order) { rows = order; page = 0; },
-      go(p) { page = Math.min(Math.max(p, 0), pageCount() - 1); },
+      page: () => page,
+      pages: () => Math.max(1, Math.ceil(rows.length / PAGE_ROWS)),
+      go(p) { page = Math.min(Math.max(p, 0), table.pages() - 1); },
       // Goes to the page that holds `row`, when it is shown; its <tr> or null.
       goTo(row) {
         const at = rows.indexOf(row);
@@ -78,15 +72,30 @@ const PageTable = ((Cells) => {
         });
       },
     };
-    const pager = {first: () => 0, prev: () => page - 1, next: () => page + 1,
-      last: () => pageCount() - 1};
-    for (const [id, to] of Object.entries(pager)) {
+    wirePager(table);
+    return table;
+  }
+
+  // A row of the table with a cell per column, the first holding the button that picks it.
+  function emptyRow(cols) {
+    const tr = document.createElement('tr');
+    for (const c of cols) tr.insertCell().className = c.type === 'number' ? 'num' : '';
+    const pick = document.createElement('button');
+    pick.type = 'button';
+    pick.className = 'pick';
+    tr.cells[0].append(pick);
+    return tr;
+  }
+
+  function wirePager(table) {
+    const to = {first: () => 0, prev: () => table.page() - 1, next: () => table.page() + 1,
+      last: () => table.pages() - 1};
+    for (const [id, page] of Object.entries(to)) {
       document.getElementById(id).addEventListener('click', () => {
-        table.go(to());
+        table.go(page());
         table.render();
       });
     }
-    return table;
   }
 
   function head(c, onSort) {

@@ -75,6 +75,15 @@ test('histogram: Rice rule, edges to the bin above, hi in the last, any width', 
     assert.ok(edges.every((e, i) => Number.isFinite(e) && (i === 0 || e > edges[i - 1])));
   }
   // A value on an edge as binEdge makes it goes to the bin above.
-  const [lo, hi, bins] = [0.1, 0.7, 3];
-  for (let i = 1; i < bins; i++) assert.equal(a.binOf(a.binEdge(lo, hi, bins, i), lo, hi, bins), i);
+  // Where the quotient that estimates the bin rounds the other way, the edges decide.
+  for (const [lo, hi, bins] of [[9.24, 14.74, 14], [1.86, 7.24, 19], [1.35, 10.69, 20]]) {
+    for (let i = 1; i < bins; i++) {
+      const edge = a.binEdge(lo, hi, bins, i);
+      const bits = new BigUint64Array(Float64Array.of(edge).buffer);
+      bits[0] -= 1n;
+      const below = new Float64Array(bits.buffer)[0];  // the double below the edge (> 0)
+      assert.deepEqual([a.binOf(below, lo, hi, bins), a.binOf(edge, lo, hi, bins)], [i - 1, i],
+        `${lo} ${hi} ${i}`);
+    }
+  }
 });

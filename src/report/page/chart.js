@@ -284,8 +284,6 @@ const PageChart = ((Axes, Cells) => {
       `${text(m.bin + 1)}`;
   }
 
-  return {tipText, create: (canvas, tip) => create(canvas, tip)};
-
   // The chart on `canvas`, its tips in `tip`: draw(scene) draws it anew, redraw() draws the
   // last scene again (a new size or scheme), showTip(i) shows mark i's tip and puts the keys'
   // focus on it (-1: none), and markAt(event), mark(i), focused(), xAt(pixel) and frame() tell
@@ -366,6 +364,8 @@ const PageChart = ((Axes, Cells) => {
     });
     return found;
   }
+
+  return {tipText, create};
 })(typeof PageAxes === 'object' ? PageAxes : require('./axes.js'),
   typeof PageCells === 'object' ? PageCells : require('./cells.js'));
 

@@ -110,26 +110,32 @@ const PageOrder = (() => {
     return compareKeys(keys, a, b, at) || (ties && byUnits(ties[a], ties[b])) || a - b;
   }
 
-  // The rows of order[from, to) sorted by comparison, their keys equal before `at`. Few rows
-  // go by insertion, without a function or an array made for them.
+  // The rows of order[from, to) sorted by comparison, their keys equal before `at`; each row
+  // whose key is the one before it is marked `same`. Few rows go by insertion, without a
+  // function or an array made for them.
   function sortSmall(sort, from, to, at) {
-    const {order} = sort;
+    const {order, keys, same} = sort;
     if (to - from > 24) {
       const part = Array.from(order.subarray(from, to));
       order.set(part.sort((a, b) => compareRows(sort, a, b, at)), from);
-      return;
+    } else {
+      for (let i = from + 1; i < to; i++) {
+        const row = order[i];
+        let j = i - 1;
+        for (; j >= from && compareRows(sort, order[j], row, at) > 0; j--) order[j + 1] = order[j];
+        order[j + 1] = row;
+      }
     }
     for (let i = from + 1; i < to; i++) {
-      const row = order[i];
-      let j = i - 1;
-      for (; j >= from && compareRows(sort, order[j], row, at) > 0; j--) order[j + 1] = order[j];
-      order[j + 1] = row;
+      same[i] = compareKeys(keys, order[i - 1], order[i], at) === 0 ? 1 : 0;
     }
   }
 
-  // The rows that share a key: sorted by the ties, when there are any.
+  // The rows of order[from, to), whose keys are all the same: sorted by the ties, when there
+  // are any, and marked `same` but the first.
   function settle(sort, from, to, at) {
-    if (sort.ties && to - from > 1) sortSmall(sort, from, to, at);
+    if (sort.ties) sortSmall(sort, from, to, at);
+    else sort.same.fill(1, from + 1, to);
   }
 
   // Sorts the rows of a large group by the unit of their keys at `at`, in a counting sort
@@ -139,6 +145,12 @@ const PageOrder = (() => {
     const {keys, order, codes, rows} = sort;
     const counts = sort.counts.fill(0);
     for (let i = from; i < to; i++) counts[(codes[i] = unit(keys, order[i], at)) + 1]++;
+    // A unit that the whole group shares needs no moves.
+    if (counts[codes[from] + 1] === to - from) {
+      if (codes[from] === 0) settle(sort, from, to, at);
+      else sort.todo.push(from, to, at + 1);
+      return;
+    }
     for (let c = 1; c < counts.length; c++) counts[c] += counts[c - 1];
     rows.set(order.subarray(from, to), from);
     for (let i = from; i < to; i++) order[from + counts[codes[i]]++] = rows[i];
@@ -152,11 +164,27 @@ const PageOrder = (() => {
     }
   }
 
-  // Sorts the rows of a group by the units of their keys from `at` on, in one native sort of
-  // doubles that pack two units of each row's key and its place in the group; pushes onto
-  // `todo` each run of rows that agree so far and have units left.
-  function packGroup(sort, from, to, at) {
+  // How many units from `at` on the keys of order[from, to) all share.
+  function sharedUnits({units, start}, order, from, to, at) {
+    const first = start[order[from]] + at;
+    let shared = Math.max(0, start[order[from] + 1] - first);
+    for (let i = from + 1; i < to && shared > 0; i++) {
+      const key = start[order[i]] + at;
+      const most = Math.min(shared, start[order[i] + 1] - key);
+      let k = 0;
+      while (k < most && units[key + k] === units[first + k]) k++;
+      shared = k;
+    }
+    return shared;
+  }
+
+  // Sorts the rows of a group by the units of their keys from `start` on: past the units they
+  // all share, in one native sort of doubles that pack two units of each row's key and its
+  // place in the group; pushes onto `todo` each run of rows that agree so far and have units
+  // left.
+  function packGroup(sort, from, to, start) {
     const {keys, order, rows} = sort;
+    const at = start + sharedUnits(keys, order, from, to, start);
     const size = to - from;  // at most 2 ** 16, so that WIDE ** 2 * size < 2 ** 53
     const packed = sort.packed.subarray(0, size);
     let same = true;
@@ -186,15 +214,15 @@ const PageOrder = (() => {
     }
   }
 
-  // The rows of `texts` in order, and their keys: an MSD radix sort, so that no comparison
-  // function runs for large groups; the groups left to sort wait in `todo` as (from, to, at)
-  // triples.
+  // The rows of `texts` in order (`order`), and which have the key of the row before them
+  // (`same`): an MSD radix sort, so that no comparison function runs for large groups; the
+  // groups left to sort wait in `todo` as (from, to, at) triples.
   function sortTexts(texts, natural) {
     const n = texts.length;
     const sort = {keys: keysOf(texts, natural), ties: natural ? texts : null,
       order: Uint32Array.from(texts.keys()), rows: new Uint32Array(n), codes: new Uint32Array(n),
       packed: new Float64Array(Math.min(n, 2 ** 16)), counts: new Uint32Array(WIDE + 1 >> 1),
-      todo: [0, n, 0]};
+      same: new Uint8Array(n), todo: [0, n, 0]};
     while (sort.todo.length) {
       const at = sort.todo.pop();
       const to = sort.todo.pop();
@@ -211,22 +239,23 @@ const PageOrder = (() => {
   // index order.
   const orderOfTexts = (texts, natural = false) => sortTexts(texts, natural).order;
 
-  // For each text, its place in the order of the different texts (0 first; natural order when
-  // `natural`, else by code units), NaN for an empty one.
-  function textPlaces(texts, natural) {
-    const {order, keys} = sortTexts(texts, natural);
-    const out = new Float64Array(texts.length);
-    let place = -1;
+  // The order of the texts: for each its place among the different texts (0 first; natural
+  // order when `natural`, else by code units), NaN for an empty one, and the rows whose text
+  // is not empty by their place, ties in row order.
+  function textOrder(texts, natural) {
+    const {order, same} = sortTexts(texts, natural);
+    const places = new Float64Array(texts.length);
+    const rows = new Uint32Array(texts.length);
+    let [place, k] = [-1, 0];
     for (let i = 0; i < order.length; i++) {
       const r = order[i];
-      const before = order[i - 1];
-      if (i === 0 || compareKeys(keys, r, before, 0) || (natural && texts[r] !== texts[before])) {
-        place++;
-      }
-      out[r] = texts[r] === '' ? NaN : place;
+      if (!same[i] || (natural && texts[r] !== texts[order[i - 1]])) place++;
+      places[r] = texts[r] === '' ? NaN : place;
+      if (texts[r] !== '') rows[k++] = r;
     }
-    return out;
+    return {places, rows: rows.subarray(0, k)};
   }
+  const textPlaces = (texts, natural) => textOrder(texts, natural).places;
 
   // Which word of a double's bits, seen as two Uint32 words, is the high one.
   const HIGH_WORD = LITTLE ? 1 : 0;
@@ -289,7 +318,7 @@ const PageOrder = (() => {
     return out;
   }
 
-  return {naturalKey, naturalCompare, orderOfTexts, textPlaces, rowsByKey, emptyLast};
+  return {naturalKey, naturalCompare, orderOfTexts, textOrder, textPlaces, rowsByKey, emptyLast};
 })();
 
 if (typeof module === 'object' && module) module.exports = PageOrder;

@@ -33,6 +33,13 @@ test('orderOfTexts: large groups by code units agree with comparison, at any cou
   // Equal keys in large groups: the texts decide, then the rows.
   const series = Array.from({length: 100000}, (_, i) => `x${'0'.repeat(i % 3)}${i % 5000}`);
   assert.deepEqual([...o.orderOfTexts(series, true)], compared(series, true));
+  // Equal texts share a place, in small groups and large.
+  for (const [list, natural] of [[texts, false], [series, true]]) {
+    const distinct = [...new Set(list)].sort(natural ? o.naturalCompare : undefined);
+    const rank = new Map(distinct.map((t, k) => [t, k]));
+    const places = o.textPlaces(list, natural);
+    list.forEach((t, i) => assert.equal(places[i], t ? rank.get(t) : NaN, t));
+  }
 });
 
 test('rowsByKey: by value either way, ties in row order, rows without a key left out', () => {

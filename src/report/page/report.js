@@ -29,7 +29,7 @@
   const sortKeys = new Map();
   // A number per row that sorts as the column's cells do, NaN for an empty cell: the number
   // itself, or the place of the text (or code name) among the column's texts, in natural order
-  // for the log names; made once.
+  // for the log names; made once, and for texts with the ascending order of the rows.
   function sortKey(c) {
     if (c.type === 'number') return c.data;
     if (!sortKeys.has(c.name)) {
@@ -37,7 +37,9 @@
         const place = PageOrder.textPlaces(c.values, false);
         sortKeys.set(c.name, Float64Array.from(c.data, (code) => place[code]));
       } else {
-        sortKeys.set(c.name, PageOrder.textPlaces(c.data, c.name === 'log'));
+        const {places, rows} = PageOrder.textOrder(c.data, c.name === 'log');
+        sortKeys.set(c.name, places);
+        orders.set(c.name, rows);
       }
     }
     return sortKeys.get(c.name);
@@ -139,9 +141,9 @@
       (status === 'ok' ? '' : `, status ${status}`);
   }
 
-  function draw() {
-    $('thin').textContent = chart.draw(scene);
-  }
+  // Draws the scene anew, or again (a new size, scheme or focus), and says how.
+  const draw = () => { $('thin').textContent = chart.draw(scene); };
+  const redraw = () => { $('thin').textContent = chart.redraw(); };
 
   // ---- Header, summary and detail
 
@@ -362,7 +364,7 @@
         zoomTo([frame.x0 + shift, frame.x1 + shift]);
       } else if (to !== undefined && last >= 0) {
         chart.showTip(Math.min(Math.max(to, 0), last));
-        chart.redraw();
+        redraw();
       } else if ((e.key === 'Enter' || e.key === ' ') && m && m.k !== undefined) {
         select(scene.layers[m.layer].rows[m.k], true);
       } else {
@@ -375,8 +377,8 @@
   // Redraws on a new size or scheme; prints every listed failure with its end, and puts them
   // back as they were afterwards.
   function wireWindow() {
-    new ResizeObserver(() => { chart.showTip(-1); chart.redraw(); }).observe($('plot'));
-    matchMedia('(prefers-color-scheme: dark)').addEventListener('change', () => chart.redraw());
+    new ResizeObserver(() => { chart.showTip(-1); redraw(); }).observe($('plot'));
+    matchMedia('(prefers-color-scheme: dark)').addEventListener('change', redraw);
     let closed = [];
     window.addEventListener('beforeprint', () => {
       closed = [...document.querySelectorAll('#failed details:not([open])')];

@@ -309,6 +309,21 @@ const PageOrder = (() => {
     return true;
   }
 
+  // `rows` (by a key, ascending, ties in row order) the other way: descending, ties still in
+  // row order.
+  function reversed(rows, key) {
+    const out = new Uint32Array(rows.length);
+    let k = 0;
+    for (let end = rows.length; end > 0;) {
+      let begin = end - 1;
+      while (begin > 0 && key[rows[begin - 1]] === key[rows[end - 1]]) begin--;
+      out.set(rows.subarray(begin, end), k);
+      k += end - begin;
+      end = begin;
+    }
+    return out;
+  }
+
   // The rows of `kept` (rows by a key, those without one left out), then those of `shown` that
   // have no key, in the order of `shown`: empty cells come last in either direction.
   function emptyLast(kept, key, shown) {
@@ -318,7 +333,8 @@ const PageOrder = (() => {
     return out;
   }
 
-  return {naturalKey, naturalCompare, orderOfTexts, textOrder, textPlaces, rowsByKey, emptyLast};
+  return {naturalKey, naturalCompare, orderOfTexts, textOrder, textPlaces, rowsByKey, reversed,
+    emptyLast};
 })();
 
 if (typeof module === 'object' && module) module.exports = PageOrder;

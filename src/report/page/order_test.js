@@ -46,6 +46,7 @@ test('rowsByKey: by value either way, ties in row order, rows without a key left
   const key = [3, NaN, 0, 1, 3, -0, -Infinity, 2, NaN, 1];
   assert.deepEqual([...o.rowsByKey(key)], [6, 2, 5, 3, 9, 7, 0, 4]);
   assert.deepEqual([...o.rowsByKey(key, true)], [0, 4, 7, 3, 9, 2, 5, 6]);
+  assert.deepEqual([...o.reversed(o.rowsByKey(key), key)], [...o.rowsByKey(key, true)]);
   const many = Float64Array.from({length: 300000}, (_, i) => (i * 7919) % 1009 / 7);
   assert.deepEqual([...o.rowsByKey(many)], [...many.keys()].sort((a, b) =>
     many[a] - many[b] || a - b));

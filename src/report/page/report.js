@@ -48,6 +48,9 @@
   // The rows shown that have a key, by it; the order of all rows is made once per key.
   function orderOf(name, key, desc) {
     const id = `${desc ? '-' : ''}${name}`;
+    if (!orders.has(id) && desc && orders.has(name)) {
+      orders.set(id, PageOrder.reversed(orders.get(name), key));
+    }
     if (!orders.has(id)) orders.set(id, PageOrder.rowsByKey(key, desc));
     const order = orders.get(id);
     return shown.length === data.n ? order : order.filter((r) => isShown[r]);

@@ -185,8 +185,10 @@
     const status = statusOf(selected);
     const tail = status === 'ok' ? null : tailOf(selected);
     $('detail-title').textContent = col.log.data[selected];
-    $('detail-note').textContent = PageTable.detailNote({status, tail,
-      error: col.error.data[selected], reason: col.reason ? col.reason.data[selected] : '',
+    // The rows may carry why a run failed, in words, as text or as codes.
+    const reason = col.reason ? PageCells.cellText(col.reason, selected) : '';
+    $('detail-note').textContent = PageTable.detailNote({status, tail, reason,
+      error: col.error.data[selected],
       figures: figures.map((f) => [f, col[f].data[selected]]).filter(([, v]) => !Number.isNaN(v)),
       leftOut: data.tails.has(selected)});
     $('detail-tail').textContent = tail ?? '';

@@ -5,14 +5,17 @@ sorting and filtering all its rows and switching its views. Prints one line per 
 at most 1,500 elements, show header counts that add up to its rows, and sort and filter its rows
 right; otherwise it exits with 1.
 
+Where the table starts in the natural order of the log names, its first and last pages must be
+in that order too.
+
 Usage: /usr/bin/python3 bench/page_timing.py [--loads N] [--browser NAME]... PAGE.html..."""
 import os
 import statistics
 import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests"))
-from browser_test import (check, count_shown, open_page, problems, rows_shown,  # noqa: E402
-                          start_browser, stop_browser)
+from browser_test import (check, count_shown, natural_key, open_page, problems,  # noqa: E402
+                          rows_shown, start_browser, stop_browser)
 
 # Each action is run inside the page; its time runs until the next frame has been drawn.
 ACTIONS = [
@@ -35,6 +38,20 @@ VIEW = ("const v = document.querySelector('select#view'); v.value = '{}'; "
         "v.dispatchEvent(new Event('change'))")
 HAS_VIEWS = ("const v = document.querySelector('select#view'); return !!v && "
              "['series', 'rank', 'hist'].every((o) => [...v.options].some((e) => e.value === o))")
+
+
+def check_start_order(driver, page):
+    """Where the table starts in natural order of the names, its first and last pages are."""
+    log = driver.find_element("xpath", "//th[button[text()='log']]")
+    if log.get_attribute("aria-sort") != "ascending":
+        return
+    pages = []
+    for button in ("first", "last"):
+        driver.find_element("id", button).click()
+        pages.append([natural_key(cells[0]) for cells in rows_shown(driver)])
+    driver.find_element("id", "first").click()
+    check(all(names == sorted(names) for names in pages) and pages[0][0] <= pages[1][-1],
+          f"{page}: the first and last pages are not in natural order")
 
 
 def main():
@@ -71,6 +88,7 @@ def measure(browser, args, loads):
             check(not found and elements <= 1500 and counted == count_shown(driver),
                   f"{page}: {found}, {elements} elements, header counts {counted} "
                   f"for {count_shown(driver)} rows")
+            check_start_order(driver, page)
         actions = ACTIONS
         if driver.execute_script(HAS_VIEWS):
             actions = actions + [(f"switch view to {v}", VIEW.format(v)) for v in VIEWS]

@@ -1,5 +1,5 @@
 # Makes the header that carries the report page's script and style into the program:
-#   cmake -DScript="chart.js;report.js" -DStyle=report.css -DOUT=page_assets.h -P EmbedPage.cmake
+#   cmake -DScript="cells.js;...;report.js" -DStyle=report.css -DOUT=page_assets.h -P EmbedPage.cmake
 # The script files, joined in the order given, make the page's one script; the style is one
 # file. Each becomes a raw string literal as it is, byte for byte, beside the base64 SHA-256 of
 # those bytes that the page's Content-Security-Policy names, so that the browser runs that

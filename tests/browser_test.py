@@ -2,7 +2,8 @@
 on a batch with every status, hostile names and hostile log ends: it loads from file:// without
 a console error or a request, its header counts and filters agree with the rows of tabrun --csv,
 it sorts, shows tails and names chart points, exports the rows as --csv writes them, and runs
-nothing hostile. Saves report_test.png (Chromium) and report_test_firefox.png in OUT_DIR.
+nothing hostile; on figures at the ends of the doubles its axes and bins hold; at 300,000 rows
+its orders are right. Saves report_test.png (Chromium) and report_test_firefox.png in OUT_DIR.
 
 Usage: /usr/bin/python3 tests/browser_test.py TABRUN OUT_DIR [chromium|firefox]
 Exits 77 (skipped) at the first browser missing (by default both are tried), unless
@@ -10,6 +11,7 @@ TABRUN_NO_SKIP=1 is set; then that is a failure."""
 import csv
 import io
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -53,6 +55,7 @@ def start_browser(name):
                                  if e["level"] == "SEVERE"]
     driver.browser, driver.profile, driver.downloads = name, profile, downloads
     driver.set_window_size(1400, 1800)
+    driver.set_page_load_timeout(60)  # a page whose script hangs fails, not the whole run
     return driver
 
 
@@ -98,6 +101,9 @@ def make_batch(batch, examples):
         b"T100K.log": ordinary(b"t", b" => Chi2: 7.5 Rp: 1\n", b"123456789012345678901"),
         b"T5K.log": ordinary(b"t", b" => Chi2: 1e-05 Rp: 2\n", b"0.00001"),
         b"T20K.log": ordinary(b"t", b" => Chi2: 1e22 Rp: 10000\n", b"-0"),
+        # Natural order reads 12.25 and 12.5 as the name_number column does.
+        b"T12.5K.log": ordinary(b"t", b" => Chi2: 3 Rp: 1\n"),
+        b"T12.25K.log": ordinary(b"t", b" => Chi2: 3 Rp: 1\n"),
         b"empty.log": b"",
     }
     # More failures than the page lists: the tails of the last ones come with the rows.
@@ -124,6 +130,81 @@ def rows_shown(driver):
 def check(condition, what):
     if not condition:
         raise AssertionError(what)
+
+
+def saved_csv(driver):
+    """Saves the rows shown as CSV and returns the text."""
+    saved = os.path.join(driver.downloads, "tabrun-rows.csv")
+    if os.path.exists(saved):
+        os.remove(saved)
+    driver.find_element("id", "csv").click()
+    end = time.monotonic() + 60
+    while not os.path.exists(saved) and time.monotonic() < end:
+        time.sleep(0.05)
+    time.sleep(0.2)  # a large file can still be being written
+    with open(saved, encoding="utf-8", newline="") as f:
+        return f.read()
+
+
+def natural_key(text):
+    """The page's natural order: each number read as name_number reads it (12.25 < 12.5), and
+    against other text as a '0'; the rest, and a tie, by character."""
+    parts = re.split(r"(\d+(?:\.\d+)?)", text)
+    key = [(ord(ch), 0.0) for ch in parts[0]]
+    for number, rest in zip(parts[1::2], parts[2::2]):
+        key += [(ord("0"), float(number))] + [(ord(ch), 0.0) for ch in rest]
+    return key, text
+
+
+def make_many(batch, count):
+    """`count` tiny logs (hard links to five, under the file system's limit of links), their
+    names in no order, each of the five with its own control file and Chi2."""
+    os.makedirs(batch)
+    for i in range(count):
+        if i % 60000 == 0:
+            source = os.path.join(batch, "..", f"source{i // 60000}")
+            with open(source, "wb") as f:
+                f.write(ordinary(b"c%d" % (i % 5), b" => Chi2: %d Rp: 1\n" % (i % 5)))
+        os.link(source, os.path.join(batch, f"S{i % 13}_task{i * 7919 % 1000003}.log"))
+
+
+def check_many(driver, page, csv_text):
+    """Past 2^18 rows every order the page makes is right: the natural order of the names at
+    the start, a text column's sort (ties in row order) and the saved CSV."""
+    rows = list(csv.reader(io.StringIO(csv_text)))[1:]
+    open_page(driver, page)
+    by_name = [row[0] for row in sorted(rows, key=lambda row: natural_key(row[0]))]
+    exported = [row[0] for row in csv.reader(io.StringIO(saved_csv(driver)))][1:]
+    check(exported == by_name, f"natural order at {len(rows)} rows: {exported[:3]} {by_name[:3]}")
+    driver.find_element("xpath", "//th/button[text()='control_file']").click()
+    by_control = [row[0] for row in sorted(rows, key=lambda row: row[3])]  # stable: row order
+    exported = [row[0] for row in csv.reader(io.StringIO(saved_csv(driver)))][1:]
+    check(exported == by_control, f"control_file order: {exported[:3]} {by_control[:3]}")
+    print(f"browser test in {driver.browser}: {len(rows)} rows in order")
+
+
+def check_extremes(driver, page):
+    """A logarithmic axis or a histogram over figures at the ends of the doubles, zoomed out
+    past them by a link or by keys: the page answers, and no text says NaN or Infinity."""
+    hashes = ["view=hist&y=log&zoom=-400,1", "view=hist&y=log&zoom=1,400", "y=log",
+              "view=hist&y=log", "view=hist", "view=rank&y=log", "y=log&q=1e-300",
+              "view=hist&q=308"]
+    for hash in hashes:
+        open_page(driver, f"{page}#{hash}")
+        chart = driver.find_element("id", "chart")
+        texts = [driver.find_element("id", "thin").text]
+        for key in ("\ue011", "\ue010"):  # Home, End: the first and the last mark's tips
+            chart.send_keys(key)
+            texts.append(driver.find_element("id", "tip").text)
+        check(not any(re.search("NaN|Infinity", t) for t in texts) and not problems(driver),
+              f"#{hash}: {texts} {problems(driver)}")
+    # Four runs, a logarithmic histogram, zoomed in once and out eleven times.
+    open_page(driver, f"{page}#view=hist&y=log&q=small")
+    chart = driver.find_element("id", "chart")
+    chart.click()
+    chart.send_keys("+" + "-" * 11)
+    zoom = driver.execute_script("return location.hash")
+    check("zoom=" in zoom and not problems(driver), f"zoomed out to {zoom}")
 
 
 def check_page(driver, page, batch, csv_text, out_dir):
@@ -208,21 +289,15 @@ def check_page(driver, page, batch, csv_text, out_dir):
     zoomed, thin = [driver.execute_script(f"return {js}") for js in ("location.hash",
                     "document.getElementById('thin').textContent")]
     driver.find_element("id", "zoom-reset").click()
-    check(names[:3] == ["T5K.log", "T20K.log", "T100K.log"] and note == "Status ok. "
+    check(names[:5] == ["T5K.log", "T12.25K.log", "T12.5K.log", "T20K.log", "T100K.log"]
+          and note == "Status ok. "
           "cpu_seconds 1e-05, chi2 1e-05, rp 2." and "bins" in thin and "zoom=" in zoomed
           and driver.execute_script("return location.hash") == "#view=hist"
           and not problems(driver), f"{names} {note} {thin} {zoomed}")
 
     # The rows as CSV are the rows of --csv.
     driver.get(page + "#sort=")
-    driver.find_element("id", "csv").click()
-    saved = os.path.join(driver.downloads, "tabrun-rows.csv")
-    for _ in range(100):
-        if os.path.exists(saved):
-            break
-        time.sleep(0.05)
-    with open(saved, encoding="utf-8", newline="") as f:
-        exported = f.read()
+    exported = saved_csv(driver)
     check(exported == csv_text, f"CSV export differs:\n{exported}\n{csv_text}")
 
     # Nothing hostile ran, and hostile text shows as text.
@@ -234,23 +309,44 @@ def check_page(driver, page, batch, csv_text, out_dir):
     print(f"browser test in {driver.browser}: {len(truth)} rows checked; screenshot in {shot}")
 
 
+def make_extremes(batch):
+    os.makedirs(batch)
+    figures = ["1E300", "1", "1E-300", "1.7976931348623157E308", "-1.5E308", "-1E308", "1E308",
+               "1.5E308"] + [f"small{i}" for i in range(1, 5)]
+    for i, figure in enumerate(figures):
+        chi2 = figure.replace("small", "").encode()
+        with open(os.path.join(batch, f"r{i:02}_{figure}.log"), "wb") as f:
+            f.write(ordinary(b"x", b" => Chi2: " + chi2 + b" Rp: 1\n"))
+
+
+def report_of(tabrun, scratch, name, make):
+    """Makes the batch `name` in `scratch` with make(path); returns its page's URL, the exit
+    statuses of --html and --csv, and the rows of --csv."""
+    batch = os.path.join(scratch, name)
+    make(batch)
+    report = os.path.join(scratch, name + ".html")
+    with open(report, "wb") as f:
+        html_status = subprocess.run([tabrun, "--html", batch], stdout=f).returncode
+    rows = subprocess.run([tabrun, "--csv", batch], capture_output=True)
+    return "file://" + report, html_status, rows.returncode, rows.stdout.decode("utf-8", "replace")
+
+
 def main():
     tabrun, out_dir = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
     examples = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "examples", "batch")
     scratch = tempfile.mkdtemp(prefix="tabrun-browser.")
     try:
-        batch = os.path.join(scratch, "batch")
-        make_batch(batch, examples)
-        report = os.path.join(scratch, "report.html")
-        with open(report, "wb") as f:
-            html_status = subprocess.run([tabrun, "--html", batch], stdout=f).returncode
-        rows = subprocess.run([tabrun, "--csv", batch], capture_output=True)
-        check(html_status == rows.returncode == 1, "--html and --csv exit with 1 for this batch")
+        page, html_status, csv_status, csv_text = report_of(
+            tabrun, scratch, "batch", lambda batch: make_batch(batch, examples))
+        check(html_status == csv_status == 1, "--html and --csv exit with 1 for this batch")
+        extremes = report_of(tabrun, scratch, "extremes", make_extremes)[0]
+        many = report_of(tabrun, scratch, "many", lambda batch: make_many(batch, 300000))
         for name in sys.argv[3:] or ("chromium", "firefox"):
             driver = start_browser(name)
             try:
-                check_page(driver, "file://" + report, batch,
-                           rows.stdout.decode("utf-8", "replace"), out_dir)
+                check_page(driver, page, os.path.join(scratch, "batch"), csv_text, out_dir)
+                check_extremes(driver, extremes)
+                check_many(driver, many[0], many[3])
             finally:
                 stop_browser(driver)
     finally:

@@ -1,220 +1,372 @@
-// The pure part of the report page's script: axis ticks and their labels, natural order, the
-// numbers of the rows, the summary of a figure, histogram bins and the URL's fragment. Nothing
-// here touches the page, so that node --test runs it (chart_test.js) as the browser does.
+// The chart on the canvas. It draws the scene it is given and keeps only what it drew (the
+// marks, for the pointer and the keys, and the plot's frame, for zooming):
+//   {view: 'series' | 'rank' | 'hist', figure, log (the value axis is logarithmic; values and
+//    positions are then log10), xName, integerX, zoom ([lo, hi] on x, or null),
+//    layers: [{rows, x, y, band(k), colour, line}] (by run or rank: x ascending; band(k) names
+//      the kind of mark a run gets on the bottom band, or null; a histogram's one layer needs
+//      only rows and y, to find the rings' bins), hist: {lo, hi, counts, shown}
+//    (histogram: the bins, and how many values lie within them),
+//    rings: [{layer, row, colour, radius}], legend: [[text, colour]],
+//    describe(layer, row): the tip of a run's mark}.
+// Colours are names of the page's style variables, so that they follow its scheme.
 'use strict';
 
-const PageMath = (() => {
-  const TICK_STEPS = [1, 2, 5, 10];
+const PageChart = ((Axes, Cells) => {
+  const HIT = 12;  // how near, in pixels, the pointer must be to a mark
+  const group = (count) => count.toLocaleString('en-US');
 
-  // At most count + 1 round values in [lo, hi] (multiples of 1, 2 or 5 times a power of ten),
-  // for any finite lo <= hi; whole numbers only when `integer`. Values one ulp apart, huge ones
-  // and denormals give few ticks or one, never a loop that does not end.
-  function ticks(lo, hi, count, integer = false) {
-    if (!(lo < hi)) return Number.isFinite(lo) && lo === hi ? [lo] : [];
-    const raw = (hi / 2 - lo / 2) / count * 2;  // halved first: hi - lo can overflow
-    if (!(raw > 0) || !Number.isFinite(raw)) return [lo, hi];
-    const power = 10 ** Math.floor(Math.log10(raw));
-    let step = TICK_STEPS.map((m) => m * power).find((s) => s >= raw && Number.isFinite(s));
-    if (!(step > 0)) return [lo, hi];
-    if (integer) step = Math.max(1, Math.round(step));
-    const first = Math.ceil(lo / step);
-    const out = [];
-    for (let i = 0; i <= count + 1; i++) {
-      // Rounded to 12 digits so that 0.1 * 3 reads 0.3; kept only when it moves and fits.
-      const t = Number(((first + i) * step).toPrecision(12));
-      if (t > hi) break;
-      if (t >= lo && t !== out[out.length - 1]) out.push(t);
+  function triangle(ctx, x, y) {
+    ctx.beginPath();
+    ctx.moveTo(x, y - 5);
+    ctx.lineTo(x + 5, y + 4);
+    ctx.lineTo(x - 5, y + 4);
+    ctx.closePath();
+    ctx.fill();
+  }
+
+  // The kinds of mark on the bottom band, each with its colour and shape.
+  const BAND_MARKS = {failed: {colour: 'fail', shape: triangle}};
+
+  function ring(ctx, x, y, r, colour, width) {
+    ctx.strokeStyle = colour;
+    ctx.lineWidth = width;
+    ctx.beginPath();
+    ctx.arc(x, y, r, 0, 2 * Math.PI);
+    ctx.stroke();
+  }
+
+  // The colours of the page's style that the chart uses, by name.
+  const COLOURS = ['bg', 'fg', 'line', 'muted', 'accent', 'mark-line', 'fail', 'best'];
+  function colours() {
+    const style = getComputedStyle(document.documentElement);
+    return Object.fromEntries(COLOURS.map((name) => [name,
+      style.getPropertyValue(`--${name}`).trim()]));
+  }
+
+  // The plot's size and the scales of a scene on a canvas of width x height.
+  function frameOf(scene, width, height) {
+    const left = 64;
+    const top = 22;
+    const plotW = Math.max(10, Math.floor(width - left - 24));
+    const plotH = Math.max(10, Math.floor(height - top - 58));
+    let x0, x1, y0, y1;
+    if (scene.view === 'hist') {
+      [x0, x1] = Axes.axisEnds(scene.hist.lo, scene.hist.hi, false);
+      [y0, y1] = [0, Math.max(1, ...scene.hist.counts) * 1.05];
+    } else {
+      const all = scene.layers.map((l) => extent(l.x, () => true));
+      [x0, x1] = Axes.axisEnds(...(scene.zoom || merge(all)), false);
+      const inX = (l) => extent(l.y, (k) => l.x[k] >= x0 && l.x[k] <= x1);
+      [y0, y1] = Axes.axisEnds(...merge(scene.layers.map(inX)), true);
     }
-    return out.length ? out : [lo, hi];
+    // Halved before the difference, which can overflow.
+    const px = (v) => left + ((v / 2 - x0 / 2) / (x1 / 2 - x0 / 2)) * plotW;
+    const py = (v) => top + (1 - (v / 2 - y0 / 2) / (y1 / 2 - y0 / 2)) * plotH;
+    return {left, top, plotW, plotH, band: top + plotH + 12, x0, x1, y0, y1, px, py};
   }
 
-  // Ticks for a logarithmic axis over the values lo to hi (0 < lo <= hi): powers of ten, every
-  // k-th one when there are more than count of them, with 2 and 5 times them on ranges of three
-  // decades or less; within one decade without a power, the linear ticks of the range.
-  function logTicks(lo, hi, count) {
-    const from = Math.ceil(Math.log10(lo));
-    const to = Math.floor(Math.log10(hi));
-    const decades = to - from;
-    const every = Math.max(1, Math.ceil((decades + 1) / count));
-    const within = decades < 3 ? [1, 2, 5] : [1];
-    const out = [];
-    for (let d = from - 1; d <= to; d++) {
-      if ((d - from) % every !== 0 && d >= from) continue;
-      for (const m of within) {
-        const t = Number((m * 10 ** d).toPrecision(12));
-        if (t >= lo && t <= hi) out.push(t);
-      }
-    }
-    return out.length >= 2 ? out : ticks(lo, hi, count);
-  }
-
-  // A tick's text, short enough for the chart's left margin: at most five digits, or a power
-  // of ten with at most three (1e9, 2.5e-7).
-  function tickLabel(v) {
-    const plain = String(Number(v.toPrecision(5)));
-    if (plain.length <= 7 && !plain.includes('e')) return plain;
-    const [mantissa, exponent] = v.toExponential(2).split('e');
-    return `${Number(mantissa)}e${Number(exponent)}`;
-  }
-
-  // A key whose order, by code units, is the natural order of the texts: runs of digits
-  // compare as numbers (T5K < T10K < T100K), the rest by code units; on a tie the texts
-  // themselves decide, so that T05 comes before T5.
-  function naturalKey(text) {
-    const key = text.replace(/\d+/g, (digits) => {
-      const number = digits.replace(/^0+(?=\d)/, '');
-      return `0${String.fromCharCode(number.length)}${number}`;
+  // The lowest and highest of the values (not NaN) at the indices that `take`.
+  function extent(values, take) {
+    let [lo, hi] = [Infinity, -Infinity];
+    values.forEach((v, k) => {
+      if (Number.isNaN(v) || !take(k)) return;
+      if (v < lo) lo = v;
+      if (v > hi) hi = v;
     });
-    return `${key}\0${text}`;
+    return [lo, hi];
   }
-  const naturalCompare = (a, b) => {
-    const [ka, kb] = [naturalKey(a), naturalKey(b)];
-    return ka < kb ? -1 : ka > kb ? 1 : 0;
-  };
+  const merge = (ranges) => ranges.reduce(([a, b], [c, d]) => [Math.min(a, c), Math.max(b, d)],
+    [Infinity, -Infinity]);
 
-  // The indices of `keys` in the order of the keys by code units, equal keys in index order:
-  // an MSD radix sort, two code units a pass, each pass a native sort of numbers (code units
-  // and index packed in one double), so that no comparison function runs for large groups.
-  function orderOfTexts(keys) {
-    const order = Uint32Array.from(keys.keys());
-    const chunk = (s, at) => (at < s.length ? s.charCodeAt(at) + 1 : 0) * 0x20001 +
-      (at + 1 < s.length ? s.charCodeAt(at + 1) + 1 : 0);
-    const todo = [[0, order.length, 0]];
-    while (todo.length) {
-      const [from, to, at] = todo.pop();
-      if (to - from < 24) {
-        const part = Array.from(order.subarray(from, to));
-        part.sort((a, b) => (keys[a] < keys[b] ? -1 : keys[a] > keys[b] ? 1 : a - b));
-        order.set(part, from);
-        continue;
-      }
-      const packed = new Float64Array(to - from);
-      for (let i = from; i < to; i++) {
-        packed[i - from] = chunk(keys[order[i]], at) * 262144 + order[i];
-      }
-      packed.sort();
-      let start = from;
-      for (let i = from; i <= to; i++) {
-        const code = i < to ? Math.floor(packed[i - from] / 262144) : -1;
-        if (i < to) order[i] = packed[i - from] - code * 262144;
-        if (i > from && (i === to || code !== Math.floor(packed[i - from - 1] / 262144))) {
-          const last = Math.floor(packed[i - from - 1] / 262144);
-          if (i - start > 1 && last % 0x20001 !== 0) todo.push([start, i, at + 2]);
-          start = i;
-        }
-      }
+  function drawAxes(ctx, c, scene, f) {
+    const hist = scene.view === 'hist';
+    ctx.font = '12px system-ui, sans-serif';
+    ctx.fillStyle = c.muted;
+    ctx.strokeStyle = c.line;
+    ctx.lineWidth = 1;
+    ctx.textAlign = 'right';
+    ctx.textBaseline = 'middle';
+    for (const [t, text] of Axes.axisTicks(f.y0, f.y1, 6, scene.log && !hist, hist)) {
+      const y = Math.round(f.py(t)) + 0.5;
+      ctx.beginPath();
+      ctx.moveTo(f.left, y);
+      ctx.lineTo(f.left + f.plotW, y);
+      ctx.stroke();
+      ctx.fillText(text, f.left - 6, f.py(t));
     }
-    return order;
+    ctx.textAlign = 'center';
+    ctx.textBaseline = 'top';
+    const count = Math.max(2, Math.floor(f.plotW / 90));
+    for (const [t, text] of Axes.axisTicks(f.x0, f.x1, count, scene.log && hist, scene.integerX)) {
+      ctx.fillText(text, f.px(t), f.band + 10);
+    }
+    const scale = scene.log ? ' (log scale)' : '';
+    ctx.fillText(scene.xName + (hist ? scale : ''), f.left + f.plotW / 2, f.band + 26);
+    ctx.textAlign = 'left';
+    ctx.fillText(hist ? 'runs' : scene.figure + scale, f.left, 4);
+    // The legend, right-aligned along the top: what each kind of mark means.
+    ctx.textAlign = 'right';
+    let right = f.left + f.plotW;
+    for (const [text, colour] of [...scene.legend].reverse()) {
+      ctx.fillStyle = c[colour];
+      ctx.fillText(text, right, 4);
+      right -= ctx.measureText(text).width + 16;
+    }
   }
 
-  // For each text, its place in the order of the different texts (0 first; natural order when
-  // `natural`, else by code units), NaN for an empty one. Keys are made once and compared as
-  // plain strings, collator-free, so that 200,000 rows sort fast in every browser.
-  function textPlaces(texts, natural) {
-    const keys = natural ? texts.map(naturalKey) : texts;
-    const order = orderOfTexts(keys);
-    const out = new Float64Array(texts.length);
-    let place = -1;
-    order.forEach((r, i) => {
-      if (i === 0 || keys[r] !== keys[order[i - 1]]) place++;
-      out[r] = texts[r] === '' ? NaN : place;
+  // A layer's runs within the frame's x: a line and points while they fit, else the count of
+  // runs in each pixel, shaded (by run) or a curve through each pixel column's lowest and
+  // highest value (by rank); the band's marks along the bottom. Returns the marks and a note.
+  function drawLayer(ctx, c, scene, f, index) {
+    const layer = scene.layers[index];
+    let from = 0;
+    while (from < layer.x.length && layer.x[from] < f.x0) from++;
+    let to = from;
+    while (to < layer.x.length && layer.x[to] <= f.x1) to++;
+    if (to - from <= f.plotW) return {marks: drawPoints(ctx, c, f, layer, index, from, to)};
+    return drawDensity(ctx, c, scene, f, index, from, to);
+  }
+
+  function drawPoints(ctx, c, f, {x, y, band, colour, line}, layer, from, to) {
+    ctx.strokeStyle = c[line];
+    ctx.lineWidth = 1.5;
+    ctx.beginPath();
+    for (let k = from; k < to; k++) {
+      if (Number.isNaN(y[k])) continue;
+      if (k > from && !Number.isNaN(y[k - 1])) ctx.lineTo(f.px(x[k]), f.py(y[k]));
+      else ctx.moveTo(f.px(x[k]), f.py(y[k]));
+    }
+    ctx.stroke();
+    const marks = [];
+    for (let k = from; k < to; k++) {
+      if (!Number.isNaN(y[k])) marks.push({x: f.px(x[k]), y: f.py(y[k]), layer, k});
+      const kind = band(k);
+      if (kind) marks.push({x: f.px(x[k]), y: f.band, layer, k, kind});
+    }
+    for (const m of marks) {
+      const shape = BAND_MARKS[m.kind];
+      ctx.fillStyle = c[shape ? shape.colour : colour];
+      if (shape) shape.shape(ctx, m.x, m.y);
+      else ctx.fillRect(m.x - 2.5, m.y - 2.5, 5, 5);
+    }
+    return marks;
+  }
+
+  // More runs than pixel columns: per pixel column its lowest and highest run and the first
+  // with a band mark, and per pixel how many runs it holds.
+  function bin(f, {x, y, band}, from, to) {
+    const counts = new Uint32Array(f.plotW * f.plotH);
+    const low = new Int32Array(f.plotW).fill(-1);
+    const high = new Int32Array(f.plotW).fill(-1);
+    const marked = new Int32Array(f.plotW).fill(-1);
+    for (let k = from; k < to; k++) {
+      const p = Math.min(f.plotW - 1, Math.floor(f.px(x[k]) - f.left));
+      if (marked[p] < 0 && band(k)) marked[p] = k;
+      if (Number.isNaN(y[k])) continue;
+      const line = Math.min(f.plotH - 1, Math.max(0, Math.floor(f.py(y[k]) - f.top)));
+      counts[line * f.plotW + p]++;
+      if (low[p] < 0 || y[k] < y[low[p]]) low[p] = k;
+      if (high[p] < 0 || y[k] > y[high[p]]) high[p] = k;
+    }
+    return {counts, low, high, marked};
+  }
+
+  function drawDensity(ctx, c, scene, f, layer, from, to) {
+    const l = scene.layers[layer];
+    const {counts, low, high, marked} = bin(f, l, from, to);
+    const most = counts.reduce((a, b) => (a > b ? a : b), 1);
+    if (scene.view === 'series') shade(ctx, c[l.colour], f, counts, most);
+    else curve(ctx, c[l.colour], f, l.y, low, high);
+    const marks = [];
+    for (let p = 0; p < f.plotW; p++) {
+      const x = f.left + p + 0.5;
+      if (high[p] >= 0) marks.push({x, y: f.py(l.y[high[p]]), layer, k: high[p]});
+      if (low[p] >= 0 && low[p] !== high[p]) {
+        marks.push({x, y: f.py(l.y[low[p]]), layer, k: low[p]});
+      }
+      if (marked[p] < 0) continue;
+      const kind = l.band(marked[p]);
+      marks.push({x, y: f.band, layer, k: marked[p], kind});
+      ctx.fillStyle = c[BAND_MARKS[kind].colour];
+      BAND_MARKS[kind].shape(ctx, x, f.band);
+    }
+    const note = `${group(to - from)} runs in ${f.plotW} pixel columns: ` +
+      (scene.view === 'series'
+        ? `the darker a pixel, the more runs it holds (up to ${group(most)}); `
+        : 'the curve goes through the lowest and the highest value of each; ') +
+      'the pointer names the lowest and the highest run of each column.';
+    return {marks, note};
+  }
+
+  // Ranked values rise steadily: their curve, through each column's lowest and highest.
+  function curve(ctx, colour, f, y, low, high) {
+    ctx.strokeStyle = colour;
+    ctx.lineWidth = 2;
+    ctx.beginPath();
+    for (let p = 0; p < f.plotW; p++) {
+      if (low[p] < 0) continue;
+      ctx.lineTo(f.left + p + 0.5, f.py(y[low[p]]));
+      ctx.lineTo(f.left + p + 0.5, f.py(y[high[p]]));
+    }
+    ctx.stroke();
+  }
+
+  // Each pixel in `colour`, from 60 % opaque for one run (3:1 against the background) to
+  // opaque for the most.
+  function shade(ctx, colour, f, counts, most) {
+    const canvas = document.createElement('canvas');
+    [canvas.width, canvas.height] = [f.plotW, f.plotH];
+    const sctx = canvas.getContext('2d');
+    const image = sctx.createImageData(f.plotW, f.plotH);
+    sctx.fillStyle = colour;
+    sctx.fillRect(0, 0, 1, 1);
+    const [r, g, b] = sctx.getImageData(0, 0, 1, 1).data;
+    const scale = 102 / Math.log(1 + most);
+    counts.forEach((count, i) => {
+      if (count) image.data.set([r, g, b, 153 + Math.round(Math.log(1 + count) * scale)], i * 4);
     });
-    return out;
+    sctx.putImageData(image, 0, 0);
+    ctx.imageSmoothingEnabled = false;
+    ctx.drawImage(canvas, f.left, f.top);
   }
 
-  // A number cell as the rows carry it: tabrun's text of a finite double; an empty cell, or
-  // one that does not read as a finite number, has none (NaN).
-  function parseNumber(text) {
-    const v = text === '' ? NaN : Number(text);
-    return Number.isFinite(v) ? v : NaN;
+  // The histogram's bars, each a mark that tells its range and count; the bins of the rings'
+  // rows outlined.
+  function drawHistogram(ctx, c, scene, f) {
+    const {lo, hi, counts} = scene.hist;
+    const edge = (i) => Axes.binEdge(lo, hi, counts.length, i);
+    const outlined = scene.rings.map(({layer, row, colour}) => {
+      const l = scene.layers[layer];
+      const k = row < 0 ? -1 : l.rows.indexOf(row);
+      const v = k < 0 ? NaN : l.y[k];
+      return [v >= lo && v <= hi ? Axes.binOf(v, lo, hi, counts.length) : -1, colour];
+    });
+    const base = f.top + f.plotH;
+    const marks = [];
+    counts.forEach((count, i) => {
+      const [a, b] = [f.px(edge(i)), f.px(edge(i + 1))];
+      ctx.fillStyle = c.accent;
+      ctx.fillRect(a + 0.5, f.py(count), Math.max(1, b - a - 1), base - f.py(count));
+      for (const [at, colour] of outlined) {
+        if (at !== i) continue;
+        ctx.strokeStyle = c[colour];
+        ctx.lineWidth = 2;
+        ctx.strokeRect(a + 1, f.py(count) - 1, Math.max(1, b - a - 2), base - f.py(count) + 1);
+      }
+      marks.push({x: (a + b) / 2, y: f.py(count), bin: i});
+    });
+    const text = (v) => Axes.tickLabel(scene.log ? Axes.unlog(v) : v);
+    const note = `${counts.length} bins of equal width${scene.log ? ' in log10' : ''} from ` +
+      `${text(lo)} to ${text(hi)} for ${group(scene.hist.shown)} runs: 2 n^(1/3) bins, ` +
+      'rounded up, at most 100.';
+    return {marks, note};
   }
 
-  // The q-quantile of ascending `sorted` values, interpolated between the two nearest ranks
-  // (the rule of R's default and of spreadsheets' QUARTILE.INC).
-  function quantile(sorted, q) {
-    const h = (sorted.length - 1) * q;
-    const i = Math.floor(h);
-    const f = h - i;
-    return f === 0 ? sorted[i] : sorted[i] * (1 - f) + sorted[i + 1] * f;
-  }
-
-  // The summary of a figure over the runs that have it (lower is better): the best value, how
-  // many runs have exactly it, how many lie within 10 % of it (best + |best| / 10 or less),
-  // the median and the quartiles; null without values.
-  function summary(values) {
-    const sorted = Float64Array.from(values).filter((v) => !Number.isNaN(v)).sort();
-    const n = sorted.length;
-    if (n === 0) return null;
-    const best = sorted[0];
-    const limit = best + Math.abs(best) / 10;
-    let ties = 0;
-    while (ties < n && sorted[ties] === best) ties++;
-    let near = ties;
-    while (near < n && sorted[near] <= limit) near++;
-    return {n, best, ties, near, q1: quantile(sorted, 0.25), median: quantile(sorted, 0.5),
-      q3: quantile(sorted, 0.75)};
-  }
-
-  // Histogram bins of the finite values in [lo, hi]: by Rice's rule, 2 n^(1/3) of them rounded
-  // up, 1 to 100, of equal width (on the axis as drawn: log10 of the values on a logarithmic
-  // one; `values` are then already log10). A value on an inner edge goes to the bin above it,
-  // hi to the last bin. Returns {lo, hi, counts}.
-  function histogram(values, lo, hi) {
-    let n = 0;
-    for (const v of values) if (v >= lo && v <= hi) n++;
-    const bins = lo < hi ? Math.min(100, Math.max(1, Math.ceil(2 * Math.cbrt(n)))) : 1;
-    const counts = new Uint32Array(bins);
-    const width = hi / 2 - lo / 2;
-    for (const v of values) {
-      if (!(v >= lo && v <= hi)) continue;
-      const at = width > 0 ? Math.floor(((v / 2 - lo / 2) / width) * bins) : 0;
-      counts[Math.min(bins - 1, at)]++;
+  // The rings of the scene's rows, where they are in view: on the value, or on the band for a
+  // run without one that has a band mark.
+  function drawRings(ctx, c, scene, f) {
+    for (const {layer, row, colour, radius} of scene.rings) {
+      const l = scene.layers[layer];
+      const k = row < 0 ? -1 : l.rows.indexOf(row);
+      if (k < 0 || l.x[k] < f.x0 || l.x[k] > f.x1) continue;
+      if (!Number.isNaN(l.y[k])) ring(ctx, f.px(l.x[k]), f.py(l.y[k]), radius, c[colour], 2);
+      else if (l.band(k)) ring(ctx, f.px(l.x[k]), f.band, radius, c[colour], 2);
     }
-    return {lo, hi, counts};
   }
 
-  // The view from the URL's fragment (the part after #). `known` lists what may appear:
-  // {figures, columns, statuses}; a name it does not list, inherited object members included,
-  // is ignored, as is any value a key does not take. `defaults` gives what is missing; an
-  // empty sort= is the rows' own order.
-  function readHash(fragment, known, defaults) {
-    const p = new URLSearchParams(fragment);
-    const pick = (key, allowed) => (allowed.includes(p.get(key)) ? p.get(key) : defaults[key]);
-    const sort = p.get('sort') || '';
-    const column = sort.replace(/^-/, '');
-    const zoom = (p.get('zoom') || '').split(',').map((t) => parseNumber(t));
-    return {
-      figure: pick('figure', known.figures),
-      view: pick('view', ['series', 'rank', 'hist']),
-      x: pick('x', ['pos', 'num']),
-      y: pick('y', ['lin', 'log']),
-      sort: known.columns.includes(column) ? column
-        : sort === '' && p.has('sort') ? '' : defaults.sort,
-      desc: known.columns.includes(column) && sort.startsWith('-'),
-      statuses: (p.get('status') || '').split(',').filter((s) => known.statuses.includes(s)),
-      q: p.get('q') || '',
-      zoom: zoom.length === 2 && zoom[0] < zoom[1] ? zoom : null,
+  // The tip of a mark: a run's, or a bar's range and count.
+  function tipText(scene, m) {
+    if (m.bin === undefined) return scene.describe(m.layer, scene.layers[m.layer].rows[m.k]);
+    const {lo, hi, counts} = scene.hist;
+    const edge = (i) => Axes.binEdge(lo, hi, counts.length, i);
+    const text = (i) => Cells.shortText(scene.log ? Axes.unlog(edge(i)) : edge(i));
+    return `${group(counts[m.bin])} runs with ${scene.figure} from ${text(m.bin)} to ` +
+      `${text(m.bin + 1)}`;
+  }
+
+  // The chart on `canvas`, its tips in `tip`: draw(scene) draws it anew, redraw() draws the
+  // last scene again (a new size or scheme), showTip(i) shows mark i's tip and puts the keys'
+  // focus on it (-1: none), and markAt(event), mark(i), focused(), xAt(pixel) and frame() tell
+  // what the last drawing holds. Returns the note on how it was drawn.
+  function create(canvas, tip) {
+    let scene = null;
+    let marks = [];
+    let focused = -1;
+    let frame = null;
+    const chart = {
+      draw(next) { scene = next; return chart.redraw(); },
+      redraw() {
+        if (!scene) return '';
+        const drawn = paint(canvas, scene);
+        ({marks, frame} = drawn);
+        if (focused >= marks.length) focused = -1;
+        if (focused >= 0) focusRing(canvas, marks[focused]);
+        return drawn.note;
+      },
+      showTip(index) {
+        focused = index;
+        tip.hidden = index < 0;
+        if (index < 0) return;
+        const m = marks[index];
+        tip.textContent = tipText(scene, m);
+        const left = Math.min(m.x + 10, canvas.clientWidth - tip.offsetWidth);
+        tip.style.left = `${Math.max(0, left)}px`;
+        tip.style.top = `${m.y + 12}px`;
+      },
+      markAt(event) { return nearest(canvas, marks, event); },
+      mark: (i) => marks[i],
+      marks: () => marks.length,
+      focused: () => focused,
+      frame: () => frame,
+      xAt: (pixel) => frame.x0 + ((pixel - frame.left) / frame.plotW) * (frame.x1 - frame.x0),
     };
+    return chart;
   }
 
-  // The fragment of a view: only what differs from `defaults`, in a fixed order.
-  function writeHash(state, defaults) {
-    const p = new URLSearchParams();
-    for (const key of ['figure', 'view', 'x', 'y']) {
-      if (state[key] !== defaults[key]) p.set(key, state[key]);
-    }
-    if (state.sort !== defaults.sort || state.desc) {
-      p.set('sort', (state.desc ? '-' : '') + state.sort);
-    }
-    if (state.statuses.length) p.set('status', state.statuses.join(','));
-    if (state.q) p.set('q', state.q);
-    if (state.zoom) p.set('zoom', state.zoom.join(','));
-    return p.toString().replaceAll('%2C', ',');  // a comma needs no escape in a fragment
+  function paint(canvas, scene) {
+    const [width, height] = [canvas.clientWidth, canvas.clientHeight];
+    const ratio = window.devicePixelRatio || 1;
+    canvas.width = Math.round(width * ratio);
+    canvas.height = Math.round(height * ratio);
+    const ctx = canvas.getContext('2d');
+    const c = colours();
+    ctx.setTransform(ratio, 0, 0, ratio, 0, 0);
+    ctx.fillStyle = c.bg;
+    ctx.fillRect(0, 0, width, height);
+    const f = frameOf(scene, width, height);
+    drawAxes(ctx, c, scene, f);
+    if (scene.view === 'hist') return {...drawHistogram(ctx, c, scene, f), frame: f};
+    const marks = [];
+    const notes = [];
+    scene.layers.forEach((_, i) => {
+      const drawn = drawLayer(ctx, c, scene, f, i);
+      marks.push(...drawn.marks);
+      if (drawn.note) notes.push(drawn.note);
+    });
+    drawRings(ctx, c, scene, f);
+    return {marks, frame: f, note: notes.join(' ')};
   }
 
-  return {ticks, logTicks, tickLabel, naturalKey, naturalCompare, parseNumber,
-    summary, histogram, readHash, writeHash, textPlaces,
-    orderOfTexts};
-})();
+  function focusRing(canvas, m) {
+    const ctx = canvas.getContext('2d');
+    ring(ctx, m.x, m.y, 12, colours().accent, 1);
+  }
 
-if (typeof module === 'object' && module) module.exports = PageMath;
+  function nearest(canvas, marks, event) {
+    const box = canvas.getBoundingClientRect();
+    const x = event.clientX - box.left;
+    const y = event.clientY - box.top;
+    let found = -1;
+    let distance = HIT * HIT;
+    marks.forEach((m, i) => {
+      const d = (m.x - x) ** 2 + (m.y - y) ** 2;
+      if (d <= distance) [found, distance] = [i, d];
+    });
+    return found;
+  }
+
+  return {tipText, create};
+})(typeof PageAxes === 'object' ? PageAxes : require('./axes.js'),
+  typeof PageCells === 'object' ? PageCells : require('./cells.js'));
+
+if (typeof module === 'object' && module) module.exports = PageChart;

@@ -823,7 +823,9 @@
     tails = new Map();
     for (let i = 0; i < flat.length; i += 2) tails.set(flat[i], flat[i + 1]);
     const any = (f) => col[f].data.some((v) => !Number.isNaN(v));
-    figures = cols.filter((c) => c.type === 'number' && c.name !== 'name_number' && any(c.name))
+    // The number in the log name and the log's size are numbers, not figures of a run.
+    const notFigures = ['name_number', 'bytes'];
+    figures = cols.filter((c) => c.type === 'number' && !notFigures.includes(c.name) && any(c.name))
       .map((c) => c.name);
     const figure = FIRST_FIGURES.find(any) || 'cpu_seconds';
     if (!figures.includes(figure)) figures.push(figure);

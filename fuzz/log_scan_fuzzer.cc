@@ -85,6 +85,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
       }
     }
   }
+  std::uint64_t last_non_blank = LogText::kNone;
+  for (std::size_t i = n; i > 0 && last_non_blank == LogText::kNone; --i) {
+    if (padded[i - 1].find_last_not_of(" \r") != std::string::npos) last_non_blank = start[i - 1];
+  }
+  Expect("LastNonBlankRecord", 0, log.text.LastNonBlankRecord().value_or(LogText::kNone),
+         last_non_blank);
   MemoryLog wide(data);
   const ScanWants all{.rows = true, .tail_records = 20};
   Expect("ScanLog", 0, Describe(ScanLog(log.text, all)), Describe(ScanLog(wide.text, all)));

@@ -222,11 +222,33 @@ std::string LogText::WholeRecord(std::uint64_t at, std::size_t limit) {
   return record;
 }
 
+namespace {
+
+// The bytes of `word` that equal `byte`: the high bit of each such byte set, nothing else.
+std::uint64_t BytesEqual(std::uint64_t word, char byte) {
+  constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
+  const std::uint64_t x = word ^ (0x0101010101010101ull * static_cast<unsigned char>(byte));
+  return ~(((x & kLow7) + kLow7) | x) & ~kLow7;
+}
+
+// True when each of the 8 bytes at `data` is a blank, a carriage return or a line feed.
+bool AllBlank8(const char* data) {
+  std::uint64_t word;
+  std::memcpy(&word, data, sizeof word);
+  return (BytesEqual(word, ' ') | BytesEqual(word, '\r') | BytesEqual(word, '\n')) ==
+         0x8080808080808080ull;
+}
+
+}  // namespace
+
 std::uint64_t LogText::LastContentByte(std::uint64_t end) {
   while (end > 0) {
     const std::uint64_t at = end > window_ ? end - window_ : 0;
     const std::string_view bytes = Bytes(at, end - at).substr(0, end - at);
-    for (std::size_t i = bytes.size(); i > 0; --i) {
+    std::size_t i = bytes.size();
+    // A blank tail is long: eight bytes at a time while they are all blank.
+    while (i >= 8 && AllBlank8(bytes.data() + i - 8)) i -= 8;
+    for (; i > 0; --i) {
       const char c = bytes[i - 1];
       if (c != ' ' && c != '\r' && c != '\n') return at + i - 1;
     }

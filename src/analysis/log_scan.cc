@@ -205,7 +205,8 @@ void DescribeFailure(LogText& log, RunScan* scan) {
   } else {
     switch (scan->status) {
       case RunStatus::kNoCpu:
-        scan->reason = FailureReason::kNoCpuAfterNormalEnd;
+        scan->reason = scan->kind == RunKind::kAnnealing ? FailureReason::kNoCpuNearPcrFileLine
+                                                         : FailureReason::kNoCpuAfterNormalEnd;
         break;
       case RunStatus::kBadEnd:
         scan->reason = FailureReason::kStoppedBeforeNormalEnd;

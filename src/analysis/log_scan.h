@@ -42,7 +42,8 @@ enum class FailureReason : std::uint8_t {
   kStatedInLog,             // a record of its end says so: failure_record
   kCutInsideRecord,         // the log does not end in a line feed
   kStoppedBeforeNormalEnd,  // bad end, without a record that says why
-  kNoCpuAfterNormalEnd,     // no CPU time
+  kNoCpuAfterNormalEnd,     // an ordinary run without CPU time
+  kNoCpuNearPcrFileLine,    // an annealing run without CPU time
   kCpuNotANumber,           // bad CPU value: cpu_value_text says what stands there
   kAnnealingStopped,        // no control file, but annealing lines: a trial stopped early
   kNotARefinementLog,       // no control file line of either kind, nor annealing lines

@@ -181,9 +181,16 @@ TEST(LogScanTest, FiguresAsWritten) {
 std::string DescribeRow(const RunScan& scan) {
   static const char* const kStatuses[] = {"ok", "no_cpu", "bad_end", "no_control_file",
                                           "bad_cpu_value"};
-  static const char* const kReasons[] = {
-      "",       "empty",   "stated: ",          "cut",           "stopped",
-      "no-cpu", "cpu-nan", "annealing-stopped", "not-refinement"};
+  static const char* const kReasons[] = {"",
+                                         "empty",
+                                         "stated: ",
+                                         "cut",
+                                         "stopped",
+                                         "no-cpu",
+                                         "no-cpu-annealing",
+                                         "cpu-nan",
+                                         "annealing-stopped",
+                                         "not-refinement"};
   std::ostringstream out;
   out << kStatuses[static_cast<int>(scan.status)];
   const Figures& f = scan.figures;
@@ -239,9 +246,9 @@ TEST(LogScanTest, WhatEachRowSays) {
       // An annealing run without CPU time: its best solution up to 28 records above its last
       // record, as if its CPU record followed it.
       {Numbered({{2, "  => Sol#: 1 RF2=  9.4312 Chi2=  3.218"}, {30, "=> PCR  File  : s"}}, 30),
-       "no_cpu rf2=9.4312 | no-cpu | => PCR  File  : s"},
+       "no_cpu rf2=9.4312 | no-cpu-annealing | => PCR  File  : s"},
       {Numbered({{1, "  => Sol#: 1 RF2=  9.4312 Chi2=  3.218"}, {30, "=> PCR  File  : s"}}, 30),
-       "no_cpu | no-cpu | => PCR  File  : s"},
+       "no_cpu | no-cpu-annealing | => PCR  File  : s"},
       // Both families in one window, whichever comes first; a record may hold both.
       {Numbered({{1, ctl},
                  {2, "RF2 -factor : 6 RF2w-factor : 7 RF-factor : 8"},

@@ -152,24 +152,30 @@ TEST(HtmlReportTest, HeaderLines) {
   }
 }
 
-// Text from names and logs shows as text: markup escaped, invalid UTF-8 and NUL as U+FFFD.
+// Each failed run with its reason. Text from names and logs shows as text: markup escaped,
+// invalid UTF-8 and NUL as U+FFFD, control characters as in the rows.
 TEST(HtmlReportTest, ListedFailures) {
-  const RunRow unreadable = Row("gone.log", RunStatus::kUnreadable);
+  RunRow bad_end = Row("<img src=x onerror=alert(1)>.log", RunStatus::kBadEnd);
+  bad_end.scan.reason = FailureReason::kStatedInLog;
+  bad_end.scan.failure_record = "=> Abnormal end <b>\t";
+  RunRow empty = Row("empty.log", RunStatus::kNoControlFile);
+  empty.scan.reason = FailureReason::kEmptyLog;
   const std::string page =
-      PageOf({Row("ok.log", kOk), Row("<img src=x onerror=alert(1)>.log", RunStatus::kBadEnd),
-              unreadable, Row("empty.log", RunStatus::kNoControlFile)},
+      PageOf({Row("ok.log", kOk), bad_end, Row("gone.log", RunStatus::kUnreadable), empty},
              {{}, {"", "</script><!--", std::string("last 'words' & \"n\0\xE9\"", 20)}});
   EXPECT_EQ(Between(page, "<section id=\"failed\">", "</section>"),
             "<section id=\"failed\">\n<h2>Failed runs</h2>\n"
             "<p>3 runs did not end with status ok. Open one to see the last records of its "
             "log.</p>\n"
             "<details><summary><b>bad_end</b> <code>&lt;img src=x onerror=alert(1)&gt;.log</code>"
-            "</summary><pre id=\"tail-1\">\n\n&lt;/script&gt;&lt;!--\nlast &#39;words&#39; &amp; "
+            ": =&gt; Abnormal end &lt;b&gt;\\t</summary><pre "
+            "id=\"tail-1\">\n\n&lt;/script&gt;&lt;!--\nlast &#39;words&#39; &amp; "
             "&quot;n\uFFFD\uFFFD&quot;</pre>"
             "</details>\n"
             "<details><summary><b>unreadable</b> <code>gone.log</code>: cannot open: No such file "
             "or directory</summary></details>\n"
-            "<details><summary><b>no_control_file</b> <code>empty.log</code></summary></details>\n"
+            "<details><summary><b>no_control_file</b> <code>empty.log</code>: empty log</summary>"
+            "</details>\n"
             "</section>");
   EXPECT_EQ(Tails(page), "[]");
   EXPECT_NE(PageOf({Row("a", kOk)}).find("<p>No run failed.</p>"), std::string::npos);

@@ -24,6 +24,7 @@ constexpr const char* kReasonWords[] = {
     "cut in the middle of a record: killed, or still being written",
     "stopped before \"Normal end\" without an error message",
     "\"Normal end\" without a \"CPU Time:\" line after it",
+    "annealing run without a \"CPU Time:\" line near its \"=> PCR  File  :\" line",
     "the CPU time is not a number: ",
     "annealing run stopped before its \"=> PCR  File  :\" line",
     "no \"Control file *.pcr:\" line, and no \"=> PCR  File  :\" line near its end: not a "

@@ -27,8 +27,9 @@ constexpr const char* kReasonWords[] = {
     "annealing run without a \"CPU Time:\" line near its \"=> PCR  File  :\" line",
     "the CPU time is not a number: ",
     "annealing run stopped before its \"=> PCR  File  :\" line",
-    "no \"Control file *.pcr:\" line, and no \"=> PCR  File  :\" line near its end: not a "
-    "refinement log?",
+    // One text, in parentheses: it is too long for one line.
+    ("no \"Control file *.pcr:\" line, and no \"=> PCR  File  :\" line near its end: not a "
+     "refinement log?"),
 };
 static_assert(std::size(kReasonWords) == static_cast<std::size_t>(FailureReason::kLast) + 1);
 

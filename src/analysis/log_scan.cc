@@ -70,11 +70,12 @@ struct Families {
   int chi2 = 0;  // the column of its last "Chi2:", or 0
   int rf2 = 0;   // the column of "RF2 -factor :", or 0
 };
-Families FamiliesOf(const FixedText& line) {
+// With `both` false, a record of the Chi2 family is not looked at for the other.
+Families FamiliesOf(const FixedText& line, bool both) {
   // "Rp:" first: most records with "Chi2:" lack it.
   const int chi2 =
       Index(line.view(), markers::kRp) != 0 ? IndexLast(line.view(), markers::kChi2) : 0;
-  return {chi2, Index(line.view(), markers::kRf2)};
+  return {chi2, chi2 != 0 && !both ? 0 : Index(line.view(), markers::kRf2)};
 }
 
 // Searches an ordinary run's results from `from` to the end of the log: the first result
@@ -84,10 +85,14 @@ void FindOrdinaryResults(LogText& log, std::uint64_t from, bool summary, bool fi
                          RunScan* scan) {
   bool want_text = summary, want_chi2 = figures, want_rf2 = figures;
   for (std::uint64_t at = from; want_text || want_chi2 || want_rf2;) {
-    const auto hit = log.FindRecord(at, {markers::kChi2, markers::kRf2});
+    // Once one family is found, only the other's marker is looked for.
+    const auto hit = want_text || (want_chi2 && want_rf2)
+                         ? log.FindRecord(at, {markers::kChi2, markers::kRf2})
+                     : want_chi2 ? log.FindRecord(at, {markers::kChi2})
+                                 : log.FindRecord(at, {markers::kRf2});
     if (!hit) break;
     at = log.NextRecord(hit->at);
-    const Families found = FamiliesOf(hit->record);
+    const Families found = FamiliesOf(hit->record, figures);
     if (found.chi2 == 0 && found.rf2 == 0) continue;
     if (want_text) {
       want_text = false;
@@ -128,8 +133,9 @@ void FindBestSolution(LogText& log, std::uint64_t from, bool summary, bool figur
   if (figures) scan->figures.rf2 = NumberAfter(WholeRecord(log, hit->at), markers::kBestSolution);
 }
 
-// Reads the CPU record `line` into `scan`; false when its value is not a number.
-bool ReadCpu(const FixedText& line, RunScan* scan) {
+// Reads the CPU record `line` into `scan`, in double precision too with `wide`; false when its
+// value is not a number.
+bool ReadCpu(const FixedText& line, bool wide, RunScan* scan) {
   const int value_column =
       IndexLast(line.view(), markers::kCpuTime) + static_cast<int>(markers::kCpuTime.size());
   const std::string_view value_text = line.Columns(value_column, kRecordLength);
@@ -137,11 +143,11 @@ bool ReadCpu(const FixedText& line, RunScan* scan) {
   // Columns past the end of the record are blanks.
   scan->cpu_text.resize(kCpuTextColumns, ' ');
   float single = 0.0f;
-  double wide = 0.0;
-  switch (ReadReal(value_text, &single, &wide)) {
+  double seconds = 0.0;
+  switch (wide ? ReadReal(value_text, &single, &seconds) : ReadReal(value_text, &single)) {
     case RealReadResult::kValue:
       scan->cpu_single = single;
-      if (std::isfinite(wide)) scan->cpu_seconds = wide;
+      if (wide && std::isfinite(seconds)) scan->cpu_seconds = seconds;
       return true;
     case RealReadResult::kNull:
       return true;
@@ -266,7 +272,7 @@ void Summarise(LogText& log, bool figures, RunScan* scan) {
     }
     return;
   }
-  if (!ReadCpu(cpu->record, scan)) {
+  if (!ReadCpu(cpu->record, figures, scan)) {
     scan->status = RunStatus::kBadCpuValue;
     return;
   }

@@ -74,10 +74,10 @@ struct RunScan {
   // annealing run without the "(Monte/Sim.Anneal.)" note. Empty for kNoControlFile.
   std::string control_file;
   // For kOk: the 12 columns after the last "CPU Time:" of the CPU record, blank-padded, and the
-  // CPU seconds read from the rest of that record in single precision (for the summary) and in
-  // double precision (for the rows), from one read of the text. None for a null value
-  // ("CPU Time: ,"), which keeps the previous run's seconds in the summary; the double is none
-  // too when the value is too large for one.
+  // CPU seconds read from the rest of that record in single precision (for the summary) and,
+  // with ScanWants::rows, in double precision (for the rows), from one read of the text. None
+  // for a null value ("CPU Time: ,"), which keeps the previous run's seconds in the summary;
+  // the double is none too when the value is too large for one.
   std::string cpu_text;
   std::optional<float> cpu_single;
   std::optional<double> cpu_seconds;

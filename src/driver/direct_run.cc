@@ -95,11 +95,15 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
   std::optional<HtmlReport> report;
   if (format == RowFormat::kHtml) report.emplace(paths, MadeAt());
   int status = 0;
-  PipelineStages stages;
+  PipelineStages<HtmlReport::Cells> stages;
   stages.wants = {.rows = true, .tail_records = report ? HtmlReport::kTailRecords : 0};
   // The page's cells are made where the log was read, to spare the thread that writes.
-  if (report) stages.finish = [](ReadLog& log) { log.cells = HtmlReport::Encode(log.row); };
-  stages.sink = [&](ReadLog& log) {
+  if (report) {
+    stages.finish = [](ReadLog<HtmlReport::Cells>& log) {
+      log.extra = HtmlReport::Encode(log.row);
+    };
+  }
+  stages.sink = [&](ReadLog<HtmlReport::Cells>& log) {
     const RunStatus row_status = log.row.status();
     if (row_status == RunStatus::kUnreadable || row_status == RunStatus::kBadCpuValue) status = 1;
     switch (format) {
@@ -110,7 +114,7 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
         console.Write(JsonRow(log.row));
         break;
       case RowFormat::kHtml:
-        report->Add(log.row, log.cells);
+        report->Add(log.row, log.extra);
         break;
     }
   };

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "analysis/run_row.h"
@@ -212,9 +213,9 @@ int RunBatch(int jobs) {
   // writes, are read by the writer itself at their turn, as they stand then.
   BatchState batch;
   RowReader own;
-  PipelineStages stages;
+  PipelineStages<std::monostate> stages;
   stages.read_at_turn = out.WrittenFiles();
-  stages.sink = [&](ReadLog& log) { SummariseLog(log.row, own, &batch, out); };
+  stages.sink = [&](ReadLog<std::monostate>& log) { SummariseLog(log.row, own, &batch, out); };
   ReadLogs(Listing(paths), jobs, stages, out.console);
 
   out.console.Write(TotalSecondsLine(batch.cpu_total));

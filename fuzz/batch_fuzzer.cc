@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,10 +14,12 @@
 
 namespace {
 
-// The fields of a scan that the summary and the rows use.
+// Some fields of a scan that the summary and the rows use.
 std::string Describe(const tabrun::RunScan& s) {
-  return std::to_string(static_cast<int>(s.outcome)) + s.control_file + '|' + s.cpu_value_text +
-         '|' + s.cpu_text + '|' + s.result_record + '|' + s.result_text;
+  return std::to_string(static_cast<int>(s.status)) + s.control_file + '|' + s.cpu_value_text +
+         '|' + s.cpu_text + '|' + s.result_text + '|' + s.last_record + '|' +
+         std::to_string(static_cast<int>(s.reason)) + s.failure_record + '|' +
+         std::to_string(s.figures.chi2.value_or(-1)) + std::to_string(s.figures.rf2.value_or(-1));
 }
 
 }  // namespace
@@ -28,23 +29,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const int jobs = 1 + bytes[0] % 4;
   const std::size_t ahead = 1 + bytes[1] % 8;
   const std::string_view data(reinterpret_cast<const char*>(bytes) + 2, size - 2);
-  std::vector<std::unique_ptr<tabrun::MemoryLog>> logs;
+  const tabrun::ScanWants wants{.rows = true, .tail_records = 0};
+  std::vector<tabrun::MemoryBytes> logs;
   std::vector<std::string> want;
   for (std::size_t at = 0, end; at <= data.size() && logs.size() < 64; at = end + 1) {
     end = std::min(data.find('\0', at), data.size());
-    logs.push_back(std::make_unique<tabrun::MemoryLog>(data.substr(at, end - at)));
-    want.push_back(Describe(tabrun::ScanLog(logs.back()->text)));
+    tabrun::MemoryLog log(data.substr(at, end - at));
+    logs.emplace_back(data.substr(at, end - at));
+    want.push_back(Describe(tabrun::ScanLog(log.text, wants)));
   }
   std::vector<tabrun::LogText> texts(static_cast<std::size_t>(jobs));
   tabrun::OrderedPool<std::string> pool(
       logs.size(), jobs,
       [&](std::size_t index, int worker) {
         tabrun::LogText& text = texts[static_cast<std::size_t>(worker)];
-        std::string error;
-        if (text.Open(logs[index]->path(), &error) != tabrun::LogText::OpenResult::kOpened) {
-          return "cannot open: " + error;
-        }
-        return Describe(tabrun::ScanLog(text));
+        text.Open(logs[index]);
+        return Describe(tabrun::ScanLog(text, wants));
       },
       ahead);
   const std::size_t take = bytes[1] & 8 ? logs.size() / 2 : logs.size();

@@ -1,5 +1,6 @@
-// Fuzzer for the log reader and the scan: one log, read through a window a few bytes over the
-// smallest, each call checked against a plain split into records, the scan against a wide window.
+// Fuzzer for the log reader and the scan: one log in memory, read through a window a few bytes
+// over the smallest, each call checked against a plain split into records, the scan against a
+// wide window, and the summary's part of it against a scan for the summary alone.
 
 #include <algorithm>
 #include <bit>
@@ -30,10 +31,17 @@ void Expect(const char* call, std::uint64_t from, const T& got, const T& want) {
 // Every field, one a line: no record holds a line feed.
 static std::string Describe(const RunScan& s) {
   std::ostringstream out;
-  out << static_cast<int>(s.outcome) << static_cast<int>(s.kind) << static_cast<int>(s.result_label)
-      << s.cpu_seconds.has_value() << std::bit_cast<std::uint32_t>(s.cpu_seconds.value_or(0));
-  for (auto t : {s.control_file, s.cpu_value_text, s.cpu_text, s.result_record, s.result_text})
+  out << static_cast<int>(s.status) << static_cast<int>(s.kind) << static_cast<int>(s.result_label)
+      << static_cast<int>(s.reason) << s.cpu_single.has_value()
+      << std::bit_cast<std::uint32_t>(s.cpu_single.value_or(0)) << s.cpu_seconds.has_value()
+      << std::bit_cast<std::uint64_t>(s.cpu_seconds.value_or(0));
+  const Figures& f = s.figures;
+  for (auto figure : {f.chi2, f.rp, f.rwp, f.rexp, f.rf2, f.rf2w, f.rf})
+    out << ' ' << figure.has_value() << std::bit_cast<std::uint64_t>(figure.value_or(0));
+  for (auto t : {s.control_file, s.cpu_value_text, s.cpu_text, s.result_text, s.last_record,
+                 s.failure_record})
     out << '\n' << t;
+  for (const std::string& t : s.tail) out << '\n' << t;
   return out.str();
 }
 
@@ -77,8 +85,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
       }
     }
   }
+  std::uint64_t last_non_blank = LogText::kNone;
+  for (std::size_t i = n; i > 0 && last_non_blank == LogText::kNone; --i) {
+    if (padded[i - 1].find_last_not_of(" \r") != std::string::npos) last_non_blank = start[i - 1];
+  }
+  Expect("LastNonBlankRecord", 0, log.text.LastNonBlankRecord().value_or(LogText::kNone),
+         last_non_blank);
   MemoryLog wide(data);
-  Expect("ScanLog", 0, Describe(ScanLog(log.text)), Describe(ScanLog(wide.text)));
+  const ScanWants all{.rows = true, .tail_records = 20};
+  Expect("ScanLog", 0, Describe(ScanLog(log.text, all)), Describe(ScanLog(wide.text, all)));
+  // What the summary takes does not depend on what else is looked for.
+  const RunScan summary = ScanLog(wide.text), rows = ScanLog(wide.text, all);
+  Expect("ScanLog", 0,
+         std::to_string(static_cast<int>(summary.status)) + summary.control_file +
+             summary.cpu_text + summary.result_text,
+         std::to_string(static_cast<int>(rows.status)) + rows.control_file + rows.cpu_text +
+             rows.result_text);
   return 0;
 }
 

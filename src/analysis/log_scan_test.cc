@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "report/script_rows.h"
+#include "analysis/markers.h"
 #include "testing/memory_log.h"
 
 namespace tabrun {
@@ -25,16 +25,16 @@ std::string Numbered(const std::map<int, std::string>& records, int count) {
 
 // The scan in one line: outcome, kind, control file | CPU text | seconds | label and result.
 std::string Describe(const RunScan& scan) {
-  static const char* const kOutcomes[] = {"summary", "no-cpu", "bad-end", "no-control-file",
+  static const char* const kStatuses[] = {"summary", "no-cpu", "bad-end", "no-control-file",
                                           "bad-cpu"};
   static const char* const kLabels[] = {"", "chi2:", "rf2:", "best:"};
   std::ostringstream out;
-  out << kOutcomes[static_cast<int>(scan.outcome)] << " "
+  out << kStatuses[static_cast<int>(scan.status)] << " "
       << (scan.kind == RunKind::kAnnealing ? "annealing " : "") << scan.control_file;
-  if (scan.outcome == RunOutcome::kBadCpuValue) out << "|" << TrimRight(scan.cpu_value_text);
-  if (scan.outcome == RunOutcome::kSummary) {
+  if (scan.status == RunStatus::kBadCpuValue) out << "|" << TrimRight(scan.cpu_value_text);
+  if (scan.status == RunStatus::kOk) {
     out << "|" << scan.cpu_text << "|";
-    if (scan.cpu_seconds) out << *scan.cpu_seconds;
+    if (scan.cpu_single) out << *scan.cpu_single;
     out << "|" << kLabels[static_cast<int>(scan.result_label)] << scan.result_text;
   }
   return out.str();
@@ -142,24 +142,22 @@ TEST(LogScanTest, WhatEachLogSays) {
 }
 
 // Each figure of the rows is the whole number after its label, however many blanks and digits
-// it has, past column 256 too; a no_cpu run's figures come from its last result record before
-// "Normal end", or when there is none, after it.
+// it has, past column 256 too.
 TEST(LogScanTest, FiguresAsWritten) {
-  using Field = std::optional<double> ScriptRow::*;
+  using Field = std::optional<double> Figures::*;
   const std::string ctl = "Control file *.pcr: r\n";
   const struct {
     std::string log;  // "@" stands for the figure
     std::vector<Field> fields;
   } cases[] = {
       {ctl + " Chi2:@ Rp:@ Rwp:@ Rexp:@\nNormal end\nCPU Time: 1\n",
-       {&ScriptRow::chi2, &ScriptRow::rp, &ScriptRow::rwp, &ScriptRow::rexp}},
+       {&Figures::chi2, &Figures::rp, &Figures::rwp, &Figures::rexp}},
       {ctl + "RF2 -factor :@ RF2w-factor :@ RF-factor :@\nNormal end\nCPU Time: 1\n",
-       {&ScriptRow::rf2, &ScriptRow::rf2w, &ScriptRow::rf}},
-      {"=> Sol#: 1 RF2=@\nCPU Time: 2\n=> PCR  File  : s\n", {&ScriptRow::rf2}},
+       {&Figures::rf2, &Figures::rf2w, &Figures::rf}},
+      {"=> Sol#: 1 RF2=@\nCPU Time: 2\n=> PCR  File  : s\n", {&Figures::rf2}},
       {ctl + "Rp: 1" + std::string(245, '.') + "Chi2:@ Chi2: 5\nNormal end\nCPU Time: 1\n",
-       {&ScriptRow::chi2}},
-      {ctl + "Chi2: 9 Rp: 9\nChi2:@ Rp: 1\nNormal end\nChi2: 8 Rp: 8\n", {&ScriptRow::chi2}},
-      {ctl + "Normal end\nChi2: 8 Rp: 8\r\nRF2 -factor :@\r\n", {&ScriptRow::rf2}},
+       {&Figures::chi2}},
+      {ctl + "Normal end\nChi2: 8 Rp: 8\r\nRF2 -factor :@\r\n", {&Figures::rf2}},
   };
   for (const auto& c : cases) {
     for (const std::string blanks : {"", " ", "    "}) {
@@ -169,10 +167,166 @@ TEST(LogScanTest, FiguresAsWritten) {
           log.replace(at, 1, blanks + figure);
         }
         MemoryLog memory(log, LogText::kMinWindow);
-        const ScriptRow row = RowOfScan("r.log", ScanLog(memory.text));
-        for (const Field field : c.fields) EXPECT_EQ(row.*field, std::stod(figure)) << log;
+        const Figures figures = ScanLog(memory.text, {.rows = true}).figures;
+        for (const Field field : c.fields) EXPECT_EQ(figures.*field, std::stod(figure)) << log;
       }
     }
+  }
+}
+
+// What the rows say of a log beyond the summary: its status, the figures of both families
+// (of a run without CPU time, those the summary would take had its CPU record stood right after
+// "Normal end", or for an annealing run after its last record), and for a failed run why, and
+// its last record.
+std::string DescribeRow(const RunScan& scan) {
+  static const char* const kStatuses[] = {"ok", "no_cpu", "bad_end", "no_control_file",
+                                          "bad_cpu_value"};
+  static const char* const kReasons[] = {"",
+                                         "empty",
+                                         "stated: ",
+                                         "cut",
+                                         "stopped",
+                                         "no-cpu",
+                                         "no-cpu-annealing",
+                                         "cpu-nan",
+                                         "annealing-stopped",
+                                         "not-refinement"};
+  std::ostringstream out;
+  out << kStatuses[static_cast<int>(scan.status)];
+  const Figures& f = scan.figures;
+  const std::pair<const char*, std::optional<double>> figures[] = {
+      {"chi2", f.chi2}, {"rp", f.rp},     {"rwp", f.rwp}, {"rexp", f.rexp},
+      {"rf2", f.rf2},   {"rf2w", f.rf2w}, {"rf", f.rf}};
+  for (const auto& [name, value] : figures) {
+    if (value) out << " " << name << "=" << *value;
+  }
+  if (scan.status != RunStatus::kOk) {
+    out << " | " << kReasons[static_cast<int>(scan.reason)] << scan.failure_record << " | "
+        << scan.last_record;
+  }
+  return out.str();
+}
+
+TEST(LogScanTest, WhatEachRowSays) {
+  const std::string ctl = " => Control file *.pcr: r";
+  const std::string chi2 = " => Chi2:  1.53  Rp:  8.21  Rwp: 10.47  Rexp:  8.46";
+  const std::string background =
+      " => Background-subtracted R-factors: Rp: 11.04  Rwp: 13.32  Chi2:  1.53";
+  const std::string ne = " => Normal end, final calculations and writing...";
+  const std::string shipped_figures = " chi2=1.53 rp=8.21 rwp=10.47 rexp=8.46";
+  const std::string temp = " => Temp:    4.649  Accepted:  0.378  Cost:   11.678";
+  struct Case {
+    std::string log;
+    std::string expected;
+  } cases[] = {
+      // The shipped layout: an earlier cycle's figures out of reach, the result record, the
+      // background-subtracted one, "Normal end"; with and without its CPU record.
+      {Numbered({{1, ctl},
+                 {5, "Rp: 9.10 Rwp: 11.55 Rexp: 8.46 Chi2: 2.05"},
+                 {40, chi2},
+                 {41, background},
+                 {44, ne},
+                 {45, " => CPU Time:    12.345 seconds"}},
+                46),
+       "ok" + shipped_figures},
+      {Numbered({{1, ctl},
+                 {5, "Rp: 9.10 Rwp: 11.55 Rexp: 8.46 Chi2: 2.05"},
+                 {40, chi2},
+                 {41, background},
+                 {44, ne}},
+                46),
+       "no_cpu" + shipped_figures + " | no-cpu | filler 46"},
+      // The result record 34 records above "Normal end" is in reach, 35 are not.
+      {Numbered({{1, ctl}, {6, chi2}, {40, ne}}, 40),
+       "no_cpu" + shipped_figures + " | no-cpu | " + ne},
+      {Numbered({{1, ctl}, {5, chi2}, {40, ne}}, 40), "no_cpu | no-cpu | " + ne},
+      // Still being written after "Normal end".
+      {ctl + "\n" + chi2 + "\n" + ne + "\n => Writing",
+       "no_cpu" + shipped_figures + " | cut |  => Writing"},
+      // An annealing run without CPU time: its best solution up to 28 records above its last
+      // record, as if its CPU record followed it.
+      {Numbered({{2, "  => Sol#: 1 RF2=  9.4312 Chi2=  3.218"}, {30, "=> PCR  File  : s"}}, 30),
+       "no_cpu rf2=9.4312 | no-cpu-annealing | => PCR  File  : s"},
+      {Numbered({{1, "  => Sol#: 1 RF2=  9.4312 Chi2=  3.218"}, {30, "=> PCR  File  : s"}}, 30),
+       "no_cpu | no-cpu-annealing | => PCR  File  : s"},
+      // Both families in one window, whichever comes first; a record may hold both.
+      {Numbered({{1, ctl},
+                 {2, "RF2 -factor : 6 RF2w-factor : 7 RF-factor : 8"},
+                 {3, "Chi2: 2 Rp: 3 Rwp: 4 Rexp: 5"},
+                 {4, ne},
+                 {5, "CPU Time: 1"}},
+                5),
+       "ok chi2=2 rp=3 rwp=4 rexp=5 rf2=6 rf2w=7 rf=8"},
+      {Numbered({{1, ctl},
+                 {2, "Chi2: 2 Rp: 3 RF2 -factor : 6"},
+                 {3, "Chi2: 9 Rp: 9 RF2 -factor : 9"},
+                 {4, ne}},
+                4),
+       "no_cpu chi2=2 rp=3 rf2=6 | no-cpu | " + ne},
+      // Reasons: an empty log.
+      {"", "no_control_file | empty | "},
+      {"  \r\n\n   \n", "no_control_file | empty | "},
+      // The record that says why: "Abnormal end" before an error word, the last of each, among
+      // the last 20 records up to the last one that is not blank.
+      {Numbered({{1, ctl},
+                 {10, " ERROR: a"},
+                 {11, " => Abnormal end of run: singular matrix  "},
+                 {12, " ERROR: b"},
+                 {13, " => Check your control file"}},
+                13) +
+           "\n  \r\n",
+       "bad_end | stated: => Abnormal end of run: singular matrix |  => Check your control file"},
+      {Numbered({{1, ctl}, {10, "forrtl: severe (174): SIGSEGV"}, {11, "Killed"}}, 12),
+       "bad_end | stated: Killed | filler 12"},
+      {Numbered({{1, ctl}, {2, "Abnormal end"}, {3, "Error"}}, 23),
+       "bad_end | stopped | filler 23"},
+      {Numbered({{1, ctl}, {3, "Error: x"}}, 22), "bad_end | stated: Error: x | filler 22"},
+      // A log cut inside its last record; then one for each status.
+      {ctl + "\n => Cycle: 7", "bad_end | cut |  => Cycle: 7"},
+      {ctl + "\n => Cycle: 7\n", "bad_end | stopped |  => Cycle: 7"},
+      {ctl + "\n" + ne + "\n CPU Time: abc\n", "bad_cpu_value | cpu-nan |  CPU Time: abc"},
+      {Numbered({{1, " => Run mode: simulated annealing"}, {30, temp}}, 30),
+       "no_control_file | annealing-stopped | " + temp},
+      {Numbered({{1, " => Best solutions (sorted by cost):"}}, 1),
+       "no_control_file | annealing-stopped |  => Best solutions (sorted by cost):"},
+      {Numbered({{1, " => Run mode: simulated annealing"}}, 30),
+       "no_control_file | not-refinement | filler 30"},
+      // A record whose first 256 columns are blank is blank, whatever follows them.
+      {"x\n" + std::string(300, ' ') + "y\n", "no_control_file | not-refinement | x"},
+  };
+  for (const Case& c : cases) {
+    for (std::size_t window : {LogText::kMinWindow, LogText::kDefaultWindow}) {
+      MemoryLog log(c.log, window);
+      EXPECT_EQ(DescribeRow(ScanLog(log.text, {.rows = true})), c.expected) << c.log.substr(0, 80);
+    }
+  }
+}
+
+// A byte source that counts what it gives.
+class CountedBytes : public MemoryBytes {
+ public:
+  using MemoryBytes::MemoryBytes;
+  std::size_t ReadAt(std::uint64_t offset, char* out, std::size_t length, bool* cold) override {
+    const std::size_t got = MemoryBytes::ReadAt(offset, out, length, cold);
+    read += got;
+    return got;
+  }
+  std::uint64_t read = 0;
+};
+
+// A failed log that ends in a great many empty records is read a few times over, not once per
+// record: its last record, its reason and its tail come from one pass back over the blanks.
+TEST(LogScanTest, BlankTailReadOnce) {
+  for (const std::string blank : {"\n", "  \r\n"}) {
+    std::string text = " => Control file *.pcr: r\n => Abnormal end of run\n";
+    for (int i = 0; i < 200'000; ++i) text += blank;
+    CountedBytes bytes(text);
+    LogText log;
+    log.Open(bytes);
+    const RunScan scan = ScanLog(log, {.rows = true, .tail_records = 20});
+    EXPECT_EQ(scan.failure_record, "=> Abnormal end of run");
+    EXPECT_EQ(scan.tail.size(), 20u);
+    EXPECT_LE(bytes.read, 3 * text.size() + 4 * LogText::kDefaultWindow) << bytes.read;
   }
 }
 
@@ -186,7 +340,7 @@ TEST(LogScanTest, LogCutShortWhileRead) {
                                          {head.size() + 5, "bad-end big.pcr"},
                                          {head.size() + 12, "no-cpu big.pcr"},
                                          {text.size(), "no-cpu big.pcr"}}) {
-    MemoryLog log(text, LogText::kMinWindow);
+    ScratchLog log(text, LogText::kMinWindow);
     log.text.Record(0);
     ASSERT_TRUE(log.Truncate(length));
     EXPECT_EQ(Describe(ScanLog(log.text)), expected) << length;

@@ -24,6 +24,18 @@ inline constexpr std::string_view kBestSolution = "=> Sol#: 1 RF2=";
 // Two blanks between "PCR" and "File" and between "File" and the colon.
 inline constexpr std::string_view kAnnealingControlFile = "=> PCR  File  :";
 
+// Texts that say why a failed run stopped, looked for among the last records of its log only.
+// A record with "Abnormal end" is the program's own word and comes first; then the words of
+// its errors, of the Fortran runtime, of the system and of a batch scheduler.
+inline constexpr std::string_view kAbnormalEnd = "Abnormal end";
+inline constexpr std::string_view kErrorWords[] = {
+    "ERROR",  "Error",    "error:", "write error", "forrtl:", "Program received signal",
+    "Killed", "CANCELLED"};
+// Lines only an annealing run writes: its temperature steps and its best solutions, and its
+// run mode.
+inline constexpr std::string_view kAnnealingWords[] = {"=> Temp:", "=> Sol#:", "Best solutions",
+                                                       "simulated annealing"};
+
 // Appended to the control file name a log states.
 inline constexpr std::string_view kPcrSuffix = ".pcr";
 

@@ -2,13 +2,14 @@
 
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
-#include "analysis/log_scan.h"
+#include "analysis/run_row.h"
 #include "driver/console.h"
 #include "driver/listing.h"
 #include "driver/listing_lines.h"
-#include "driver/ordered_pool.h"
+#include "driver/pipeline.h"
 #include "os/directory.h"
 #include "os/file.h"
 #include "os/process.h"
@@ -16,7 +17,6 @@
 #include "recio/log_text.h"
 #include "recio/name_list.h"
 #include "recio/output_unit.h"
-#include "recio/read_ahead.h"
 #include "report/summary_lines.h"
 
 namespace tabrun {
@@ -121,66 +121,60 @@ void WriteListing(Streams& out) {
   if (!os::CloseFile(fd, &error)) out.Fatal(kListingUnit, kListingFile, "cannot close", error);
 }
 
-// What reading one listed log gives.
-struct LogRead {
-  LogText::OpenResult open = LogText::OpenResult::kOpened;
-  bool written = false;  // the log is a file this run writes: it is read at its turn
-  RunScan scan;
-  bool closed = true;
-  std::string error;  // why the open or the close failed
-  std::uint64_t bytes = 0;
+// The logs of the listing, by their names there, each opened from the working directory.
+class Listing : public LogSource {
+ public:
+  explicit Listing(const NameList& paths) : paths_(paths) {}
+  std::size_t size() const override { return paths_.size(); }
+  LogPlace PlaceOf(std::size_t index) const override {
+    LogPlace place;
+    place.path = paths_[index];
+    return place;
+  }
+
+ private:
+  const NameList& paths_;
 };
 
-// Opens and scans the log `path`, unless it is one of the files in `written`.
-LogRead ReadLog(const std::string& path, LogText& log,
-                const std::vector<os::FileIdentity>& written) {
-  LogRead read;
-  read.open = log.Open(path, &read.error);
-  if (read.open != LogText::OpenResult::kOpened) return read;
-  for (const os::FileIdentity& file : written) read.written = read.written || log.Is(file);
-  if (read.written) {
-    log.Close();
-    return read;
+// Adds what one non-blank listing entry's log says to the batch and to the outputs, or reports
+// it as not found, as if it were read now. A log that is one of this run's outputs is read now.
+void SummariseLog(RunRow& row, RowReader& reader, BatchState* batch, Streams& out) {
+  if (row.read_at_turn) {
+    LogPlace place;
+    place.path = std::move(row.log);
+    row = reader.Read(std::move(place), {});
   }
-  read.scan = ScanLog(log);
-  read.bytes = log.size();
-  read.closed = log.Close(&read.error);
-  return read;
-}
-
-// Adds what the log `path` of one non-blank listing entry says to the batch and to the
-// outputs, or reports it as not found, as if it were read now.
-void SummariseLog(const std::string& path, LogRead read, LogText& log, BatchState* batch,
-                  Streams& out) {
-  // Read it now, when it holds what the run has written to it so far.
-  if (read.written) read = ReadLog(path, log, {});
-  out.console.Progressed(read.bytes);
+  const std::string& path = row.log;
   const FixedText log_name(path);
-  switch (read.open) {
-    case LogText::OpenResult::kOpened:
+  switch (row.problem) {
+    case ReadProblem::kNone:
+    case ReadProblem::kCannotClose:
       break;
-    case LogText::OpenResult::kMissing:
+    case ReadProblem::kMissing:
       out.console.Write(NotFoundLine(log_name));
       ++batch->failures;
       return;
-    case LogText::OpenResult::kFailed:
-      out.Fatal(kLogUnit, path, "cannot open", read.error);
+    case ReadProblem::kCannotOpen:
+    case ReadProblem::kCannotList:
+      out.Fatal(kLogUnit, path, "cannot open", row.problem_reason);
   }
-  const RunScan& scan = read.scan;
-  if (scan.outcome == RunOutcome::kBadCpuValue) {
+  const RunScan& scan = row.scan;
+  if (scan.status == RunStatus::kBadCpuValue) {
     out.Fatal(kLogUnit, path, kBadCpuWhat, BadCpuReason(scan));
   }
-  if (scan.outcome == RunOutcome::kSummary) {
-    if (scan.cpu_seconds) batch->cpu_seconds = *scan.cpu_seconds;
+  if (scan.status == RunStatus::kOk) {
+    if (scan.cpu_single) batch->cpu_seconds = *scan.cpu_single;
     batch->cpu_total += batch->cpu_seconds;
   }
-  if (scan.outcome == RunOutcome::kBadEnd || scan.outcome == RunOutcome::kNoControlFile) {
+  if (scan.status == RunStatus::kBadEnd || scan.status == RunStatus::kNoControlFile) {
     ++batch->failures;
   }
   const RunLines lines = LinesOfRun(scan, log_name);
   out.ToResults(lines.results);
   out.console.Write(lines.console);
-  if (!read.closed) out.Fatal(kLogUnit, path, "cannot close", read.error);
+  if (row.problem == ReadProblem::kCannotClose) {
+    out.Fatal(kLogUnit, path, "cannot close", row.problem_reason);
+  }
 }
 
 }  // namespace
@@ -217,20 +211,12 @@ int RunBatch(int jobs) {
 
   // Workers read the logs ahead of the writer; log.res and standard output, which this run
   // writes, are read by the writer itself at their turn, as they stand then.
-  const std::vector<os::FileIdentity> written = out.WrittenFiles();
-  ReadAhead ahead(paths.size(), [&paths](std::size_t index) { return std::string(paths[index]); });
-  std::vector<LogText> texts(static_cast<std::size_t>(jobs));
-  OrderedPool<LogRead> pool(paths.size(), jobs, [&](std::size_t index, int worker) {
-    LogText& log = texts[static_cast<std::size_t>(worker)];
-    LogRead read = ReadLog(std::string(paths[index]), log, written);
-    ahead.Reached(index, log.cold());
-    return read;
-  });
-  out.console.StartProgress(paths.size());
   BatchState batch;
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    SummariseLog(std::string(paths[i]), pool.Next(), text, &batch, out);
-  }
+  RowReader own;
+  PipelineStages<std::monostate> stages;
+  stages.read_at_turn = out.WrittenFiles();
+  stages.sink = [&](ReadLog<std::monostate>& log) { SummariseLog(log.row, own, &batch, out); };
+  ReadLogs(Listing(paths), jobs, stages, out.console);
 
   out.console.Write(TotalSecondsLine(batch.cpu_total));
   out.ToResults(TotalSecondsLine(batch.cpu_total));

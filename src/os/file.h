@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -58,6 +59,10 @@ struct FileStatus {
   FileKind kind = FileKind::kOther;
   std::uint64_t size = 0;  // in bytes, as the system says; 0 for a file it cannot measure
   FileIdentity identity;
+  // When its bytes were last changed, in whole seconds since 1970-01-01 00:00:00 UTC (earlier
+  // times are negative, and a time between two seconds counts as the earlier one); none where
+  // the system keeps no such time for it.
+  std::optional<std::int64_t> modified;
 };
 
 // Describes the open file `file` into *status; false with the system's reason in *error when

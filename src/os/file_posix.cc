@@ -65,6 +65,7 @@ bool Describe(int file, FileStatus* status, std::string* error) {
                                         : FileKind::kOther;
   status->size = static_cast<std::uint64_t>(st.st_size);
   status->identity = {static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)};
+  status->modified = static_cast<std::int64_t>(st.st_mtime);
   return true;
 }
 

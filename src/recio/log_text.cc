@@ -4,29 +4,9 @@
 #include <cstring>
 
 #include "os/bytes.h"
-#include "os/read_ahead_hint.h"
 #include "recio/find_marker.h"
 
 namespace tabrun {
-namespace {
-
-// Reads up to `length` bytes at `offset`; returns how many arrived before the end of the file
-// or an error. Sets *cold when some of them had to come from the disk.
-std::size_t ReadAt(int fd, char* out, std::size_t length, std::uint64_t offset, bool* cold) {
-  // What the page cache holds first; the plain reads below wait for the rest.
-  const std::size_t cached = os::ReadCached(fd, out, length, offset, cold);
-  std::size_t have = cached;
-  while (have < length) {
-    const std::int64_t got = os::ReadAt(fd, out + have, length - have, offset + have);
-    if (got <= 0) break;
-    if (cached > 0) *cold = true;  // the cache held only the start
-    have += static_cast<std::size_t>(got);
-  }
-  return have;
-}
-
-}  // namespace
-
 LogText::LogText(std::size_t window) : window_(std::max(window, kMinWindow)) {}
 
 LogText::OpenResult LogText::Open(int directory, const std::string& path, std::string* error,
@@ -52,7 +32,21 @@ LogText::OpenResult LogText::Open(int directory, const std::string& path, std::s
     Close();
     return OpenResult::kFailed;
   }
-  size_ = status.size;
+  file_ = FileBytes(fd_, status.size);
+  Attach(file_);
+  if (status.size != 0 || size_ == 0) modified_ = status.modified;
+  return OpenResult::kOpened;
+}
+
+void LogText::Open(ByteSource& bytes) {
+  Close();
+  cold_ = false;
+  Attach(bytes);
+}
+
+void LogText::Attach(ByteSource& source) {
+  source_ = &source;
+  size_ = source.size();
   // Files in /proc, and some on network and FUSE file systems, say they are empty and still
   // hold bytes: such a file is read to its end to learn its length. Fill ends the text at the
   // first window that comes back short.
@@ -60,7 +54,6 @@ LogText::OpenResult LogText::Open(int directory, const std::string& path, std::s
     size_ = kNone;
     for (std::uint64_t offset = 0; size_ == kNone; offset += window_) Fill(offset);
   }
-  return OpenResult::kOpened;
 }
 
 bool LogText::ReadStream(Stream stream, std::string* error) {
@@ -90,6 +83,9 @@ bool LogText::ReadStream(Stream stream, std::string* error) {
   }
   size_ = have;
   if (scratch == os::kNoFile) {
+    // The window holds the whole text: the source is never read.
+    file_ = FileBytes(fd_, have);
+    source_ = &file_;
     buffer_offset_ = 0;
     buffer_length_ = static_cast<std::size_t>(have);
     return true;
@@ -102,6 +98,8 @@ bool LogText::ReadStream(Stream stream, std::string* error) {
   }
   os::CloseFile(fd_);
   fd_ = scratch;
+  file_ = FileBytes(fd_, have);
+  source_ = &file_;
   return true;
 }
 
@@ -111,6 +109,9 @@ bool LogText::Close(std::string* error) {
     ok = os::CloseFile(fd_, error);
     fd_ = os::kNoFile;
   }
+  source_ = nullptr;
+  identity_ = {};
+  modified_.reset();
   size_ = 0;
   buffer_offset_ = 0;
   buffer_length_ = 0;
@@ -126,7 +127,7 @@ void LogText::Fill(std::uint64_t offset) {
   AllocateWindow();
   const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(window_, size_ - offset));
   buffer_offset_ = offset;
-  buffer_length_ = ReadAt(fd_, buffer_.get(), want, offset, &cold_);
+  buffer_length_ = source_->ReadAt(offset, buffer_.get(), want, &cold_);
   if (buffer_length_ < want) size_ = offset + buffer_length_;
 }
 
@@ -221,15 +222,59 @@ std::string LogText::WholeRecord(std::uint64_t at, std::size_t limit) {
   return record;
 }
 
-std::string LogText::LastNonBlankRecord() {
+namespace {
+
+// The bytes of `word` that equal `byte`: the high bit of each such byte set, nothing else.
+std::uint64_t BytesEqual(std::uint64_t word, char byte) {
+  constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
+  const std::uint64_t x = word ^ (0x0101010101010101ull * static_cast<unsigned char>(byte));
+  return ~(((x & kLow7) + kLow7) | x) & ~kLow7;
+}
+
+// True when each of the 8 bytes at `data` is a blank, a carriage return or a line feed.
+bool AllBlank8(const char* data) {
+  std::uint64_t word;
+  std::memcpy(&word, data, sizeof word);
+  return (BytesEqual(word, ' ') | BytesEqual(word, '\r') | BytesEqual(word, '\n')) ==
+         0x8080808080808080ull;
+}
+
+}  // namespace
+
+std::uint64_t LogText::LastContentByte(std::uint64_t end) {
+  while (end > 0) {
+    const std::uint64_t at = end > window_ ? end - window_ : 0;
+    const std::string_view bytes = Bytes(at, end - at).substr(0, end - at);
+    std::size_t i = bytes.size();
+    // A blank tail is long: eight bytes at a time while they are all blank.
+    while (i >= 8 && AllBlank8(bytes.data() + i - 8)) i -= 8;
+    for (; i > 0; --i) {
+      const char c = bytes[i - 1];
+      if (c != ' ' && c != '\r' && c != '\n') return at + i - 1;
+    }
+    end = at;
+  }
+  return kNone;
+}
+
+std::optional<std::uint64_t> LogText::LastNonBlankRecord() {
   for (std::uint64_t end = size_; end > 0;) {
-    const std::uint64_t at = RecordsAbove(end, 1);
-    const FixedText record = Record(at);
-    const std::size_t last = record.view().find_last_not_of(" \r");
-    if (last != std::string_view::npos) return std::string(record.view().substr(0, last + 1));
+    const std::uint64_t content = LastContentByte(end);
+    if (content == kNone) return {};
+    const std::uint64_t lf = LastLineFeed(0, content);
+    const std::uint64_t at = lf == kNone ? 0 : lf + 1;
+    // A record whose bytes past its first kRecordLength columns alone are not blank counts as
+    // blank: the search goes on above it.
+    if (Record(at).view().find_last_not_of(" \r") != std::string_view::npos) return at;
     end = at;
   }
   return {};
+}
+
+bool LogText::EndsInsideRecord() {
+  if (size_ == 0) return false;
+  const std::string_view last = Bytes(size_ - 1, 1);
+  return !last.empty() && last.front() != '\n';
 }
 
 std::uint64_t LogText::FirstHit(std::string_view marker, std::uint64_t from, std::uint64_t limit) {
@@ -257,20 +302,25 @@ std::uint64_t LogText::FirstHit(std::string_view marker, std::uint64_t from, std
   return kNone;
 }
 
-std::uint64_t LogText::Find(std::uint64_t from, std::initializer_list<std::string_view> markers) {
+std::uint64_t LogText::Find(std::uint64_t from, std::span<const std::string_view> markers,
+                            std::uint64_t limit) {
   // Each marker is searched only up to the best hit so far, so looking for several markers
-  // costs each of them no more than the distance to the nearest hit.
-  std::uint64_t best = kNone;
+  // costs each of them no more than the distance to the nearest hit. A hit at or past `limit`
+  // may still lie in a record that starts before it.
+  const std::uint64_t end = limit == kNone ? kNone : limit + kRecordLength;
+  std::uint64_t best = end;
   for (std::string_view marker : markers) best = std::min(best, FirstHit(marker, from, best));
-  if (best == kNone) return size_;
+  if (best == end || best == kNone) return std::min(size_, limit);
   const std::uint64_t lf = LastLineFeed(from, best);
-  return lf == kNone ? from : lf + 1;
+  const std::uint64_t at = lf == kNone ? from : lf + 1;
+  return at < limit ? at : std::min(size_, limit);
 }
 
 std::optional<LogText::Hit> LogText::FindRecord(std::uint64_t from,
-                                                std::initializer_list<std::string_view> markers) {
-  const std::uint64_t at = Find(from, markers);
-  if (at >= size_) return {};
+                                                std::span<const std::string_view> markers,
+                                                std::uint64_t limit) {
+  const std::uint64_t at = Find(from, markers, limit);
+  if (at >= size_ || at >= limit) return {};
   // A record that the file no longer holds reads as blanks, and so holds no marker.
   const Hit hit{at, Record(at)};
   for (std::string_view marker : markers) {

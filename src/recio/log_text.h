@@ -8,17 +8,19 @@
 #include <initializer_list>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "os/file.h"
+#include "recio/byte_source.h"
 #include "recio/fixed_text.h"
 
 namespace tabrun {
 
-// The records of one open file, read through one window of bytes that is refilled with pread,
-// so that memory does not grow with the size of the file.
+// The records of one open file, or of bytes in memory, read through one window of bytes that is
+// refilled from its ByteSource, so that memory does not grow with the size of the file.
 //
 // A record is the text up to a line feed, which is not part of it; a carriage return right
 // before that line feed belongs to the line end as well, any other carriage return is an
@@ -61,16 +63,26 @@ class LogText {
     return Open(os::kWorkingDirectory, path, error);
   }
 
+  // Reads the text of `bytes`, closing whatever was open before. The caller keeps `bytes` alive
+  // until the next Open or Close. A source that says it is empty is read to its end at once.
+  void Open(ByteSource& bytes);
+
   // Closes the file; harmless when nothing is open. Returns false with the operating
   // system's reason in *error when the close fails.
   bool Close(std::string* error = nullptr);
 
   // True when some bytes read since the last Open had to come from the disk: they were not in
-  // the page cache.
+  // the page cache. Close leaves it as it is.
   bool cold() const { return cold_; }
 
   // True when the open file is the file `identity` names.
   bool Is(const os::FileIdentity& identity) const { return identity == identity_; }
+
+  // When the open file was last modified, in seconds since 1970-01-01 00:00:00 UTC, for a
+  // regular file whose size the system states; none for bytes in memory, a pipe, a device and
+  // a file that says it is empty and still holds bytes (as those in /proc do): their times are
+  // not when their bytes were written.
+  std::optional<std::int64_t> modified() const { return modified_; }
 
   // The length of the text in bytes. A file that turns out shorter than it said, or a read
   // error, ends the text where the bytes stopped: size() then shrinks to that point.
@@ -79,7 +91,12 @@ class LogText {
   // The start of the first record at or after `from` whose first kRecordLength columns hold
   // the whole of one of `markers`; size() when there is none. REQUIRES: each marker is 1 to
   // kRecordLength bytes long and holds no line feed.
-  std::uint64_t Find(std::uint64_t from, std::initializer_list<std::string_view> markers);
+  std::uint64_t Find(std::uint64_t from, std::initializer_list<std::string_view> markers) {
+    return Find(from, {markers.begin(), markers.size()}, kNone);
+  }
+  // The same, for records that start before `limit`: min(limit, size()) when there is none.
+  std::uint64_t Find(std::uint64_t from, std::span<const std::string_view> markers,
+                     std::uint64_t limit);
 
   // The record Find(from, markers) names, read: where it starts and its first kRecordLength
   // columns. None when there is no such record, and when the file has changed under the reader
@@ -90,7 +107,12 @@ class LogText {
     FixedText record;
   };
   std::optional<Hit> FindRecord(std::uint64_t from,
-                                std::initializer_list<std::string_view> markers);
+                                std::initializer_list<std::string_view> markers) {
+    return FindRecord(from, {markers.begin(), markers.size()}, kNone);
+  }
+  // The same, for records that start before `limit`.
+  std::optional<Hit> FindRecord(std::uint64_t from, std::span<const std::string_view> markers,
+                                std::uint64_t limit);
 
   // The start of the record `n` records above `at`, or 0 when there are fewer than n records
   // above it. From size(), the first record above is the last record of the text.
@@ -112,9 +134,17 @@ class LogText {
   // line end. REQUIRES: at < size().
   std::string WholeRecord(std::uint64_t at, std::size_t limit);
 
-  // The last record that holds something besides blanks and carriage returns, cut at
-  // kRecordLength columns, without trailing blanks and carriage returns; empty when none does.
-  std::string LastNonBlankRecord();
+  // The start of the last record that holds something besides blanks and carriage returns in
+  // its first kRecordLength columns; none when no record does. It reads the bytes once, from
+  // the end back, however many blank records end the text.
+  std::optional<std::uint64_t> LastNonBlankRecord();
+
+  // True when the text does not end in a line feed: its last record was cut in the middle,
+  // or is still being written. False for an empty text.
+  bool EndsInsideRecord();
+
+  // Stands for "no limit" where an offset limits a search.
+  static constexpr std::uint64_t kNone = ~std::uint64_t{0};
 
  private:
   // The bytes from `offset` on, as far as the window holds them: at least
@@ -127,21 +157,26 @@ class LogText {
   // Reads the open stream fd_ as Open says; false with the reason in *error when its bytes
   // cannot be kept.
   bool ReadStream(Stream stream, std::string* error);
+  // Takes the text from `source`; a source that says it is empty is read to its end.
+  void Attach(ByteSource& source);
+  // The last byte before `end` that is not a blank, a carriage return or a line feed, or kNone.
+  std::uint64_t LastContentByte(std::uint64_t end);
   std::uint64_t LineFeedAtOrAfter(std::uint64_t from);
   // The offset of the n-th line feed in [low, high) counted back from `high`, or kNone when
   // there are fewer. REQUIRES: n >= 1.
   std::uint64_t LastLineFeed(std::uint64_t low, std::uint64_t high, int n = 1);
   std::uint64_t FirstHit(std::string_view marker, std::uint64_t from, std::uint64_t limit);
 
-  static constexpr std::uint64_t kNone = ~std::uint64_t{0};
-
   const std::size_t window_;
   int fd_ = -1;
+  FileBytes file_;                // the bytes of fd_
+  ByteSource* source_ = nullptr;  // the bytes of the text: file_ or the caller's
   std::uint64_t size_ = 0;
   std::unique_ptr<char[]> buffer_;   // window_ bytes, made on the first read
   std::uint64_t buffer_offset_ = 0;  // file offset of buffer_[0]
   std::size_t buffer_length_ = 0;    // valid bytes in buffer_
   os::FileIdentity identity_;        // the open file
+  std::optional<std::int64_t> modified_;
   bool cold_ = false;
 };
 

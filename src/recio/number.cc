@@ -92,6 +92,16 @@ RealReadResult ReadReal(std::string_view text, float* value) { return ReadRealAs
 
 RealReadResult ReadReal(std::string_view text, double* value) { return ReadRealAs(text, value); }
 
+RealReadResult ReadReal(std::string_view text, float* single, double* wide) {
+  std::string_view token;
+  const RealReadResult result = FirstValue(text, &token);
+  if (result == RealReadResult::kValue) {
+    *single = ConvertReal<float>(token);
+    *wide = ConvertReal<double>(token);
+  }
+  return result;
+}
+
 std::string FormatFixed14_3(float value) {
   constexpr std::size_t kWidth = 14;
   if (std::isnan(value)) return RightJustify("NaN", kWidth);

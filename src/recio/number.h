@@ -28,6 +28,9 @@ enum class RealReadResult {
 RealReadResult ReadReal(std::string_view text, float* value);
 // The same read in double precision.
 RealReadResult ReadReal(std::string_view text, double* value);
+// The same read once, its value rounded once to each precision: a double rounded again to
+// single precision can differ from the direct conversion.
+RealReadResult ReadReal(std::string_view text, float* single, double* wide);
 
 // The value in 14 columns with 3 decimals: rounded to the nearest (exact halves of the binary
 // value round to even), right-justified, a zero before the point when the integer part is

@@ -26,8 +26,11 @@ constexpr std::size_t kStatusColumn = ColumnIndex("status");
 
 // The figures whose best run the header names, the first one that any row has.
 constexpr const char* kBestNames[] = {"chi2", "rf2", "cpu_seconds"};
-constexpr std::optional<double> ScriptRow::*kBestFields[] = {&ScriptRow::chi2, &ScriptRow::rf2,
-                                                             &ScriptRow::cpu_seconds};
+std::optional<double> BestField(const RunRow& row, std::size_t k) {
+  if (row.problem != ReadProblem::kNone) return {};
+  const RunScan& scan = row.scan;
+  return k == 0 ? scan.figures.chi2 : k == 1 ? scan.figures.rf2 : scan.cpu_seconds;
+}
 
 // The chart and the table; the page's script fills them and shows them.
 constexpr std::string_view kViews = R"(<main>
@@ -99,14 +102,6 @@ std::string TimeText(std::int64_t seconds) {
   return text;
 }
 
-// The index of `text` among `names`. REQUIRES: `names` holds it.
-template <std::size_t N>
-char CodeOf(const char* const (&names)[N], const std::string& text) {
-  std::size_t code = 0;
-  while (code + 1 < N && names[code] != text) ++code;
-  return static_cast<char>(code);
-}
-
 // How a column is carried: a byte of code per row, numbers as text between commas (empty for
 // none), or a JSON array of strings.
 enum Type { kCode, kNumber, kText };
@@ -114,7 +109,7 @@ Type ColumnType(std::size_t column) {
   static const auto kTypes = [] {
     std::array<Type, kColumns> types;
     std::size_t i = 0;
-    ForEachCell(ScriptRow(), [&](std::string_view, bool number) {
+    ForEachCell(RunRow(), [&](std::string_view, bool number) {
       types[i] = i == kKindColumn || i == kStatusColumn ? kCode : number ? kNumber : kText;
       ++i;
     });
@@ -151,8 +146,9 @@ HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
   tails_.Append("[");
 }
 
-HtmlReport::Cells HtmlReport::Encode(const ScriptRow& row, const std::vector<std::string>& tail) {
+HtmlReport::Cells HtmlReport::Encode(const RunRow& row) {
   Cells encoded;
+  const std::vector<std::string>& tail = row.scan.tail;
   for (std::size_t i = 0; i < tail.size(); ++i) {
     encoded.tail.append(i == 0 ? "" : "\n").append(tail[i]);
   }
@@ -162,9 +158,10 @@ HtmlReport::Cells HtmlReport::Encode(const ScriptRow& row, const std::vector<std
   ForEachCell(row, [&](std::string_view cell, bool number) {
     encoded.start[i] = static_cast<std::uint32_t>(text.size());
     if (i == kStatusColumn) {
-      text.push_back(CodeOf(kStatusNames, row.status));
+      text.push_back(static_cast<char>(row.status()));
     } else if (i == kKindColumn) {
-      text.push_back(CodeOf(kKindNames, row.kind));
+      text.push_back(
+          static_cast<char>(row.problem == ReadProblem::kNone ? row.scan.kind : RunKind::kNone));
     } else {
       text.push_back(',');
       if (number) {
@@ -179,7 +176,7 @@ HtmlReport::Cells HtmlReport::Encode(const ScriptRow& row, const std::vector<std
   return encoded;
 }
 
-void HtmlReport::Add(const ScriptRow& row, const Cells& cells) {
+void HtmlReport::Add(const RunRow& row, const Cells& cells) {
   const std::string_view text = cells.text;
   for (std::size_t i = 0; i < kColumns; ++i) {
     // The first row's cells have no comma before them.
@@ -188,16 +185,16 @@ void HtmlReport::Add(const ScriptRow& row, const Cells& cells) {
   }
   const char status = text[cells.start[kStatusColumn]];
   ++counts_[static_cast<std::size_t>(status)];
-  if (row.cpu_seconds) cpu_total_ += *row.cpu_seconds;
+  if (const std::optional<double> cpu = BestField(row, 2)) cpu_total_ += *cpu;
   for (std::size_t k = 0; k < best_.size(); ++k) {
-    const std::optional<double>& value = row.*kBestFields[k];
+    const std::optional<double> value = BestField(row, k);
     if (value && (!best_[k].value || *value < *best_[k].value)) best_[k] = {value, row.log};
   }
   if (status != 0) AddFailure(row, cells);
   ++rows_;
 }
 
-void HtmlReport::AddFailure(const ScriptRow& row, const Cells& cells) {
+void HtmlReport::AddFailure(const RunRow& row, const Cells& cells) {
   const bool listed = ++failures_ <= kListedFailures;
   // The tail as the page holds it: HTML text in a listed failure, a JSON string otherwise;
   // none is made once the budget is spent.
@@ -215,8 +212,9 @@ void HtmlReport::AddFailure(const ScriptRow& row, const Cells& cells) {
     any_tail_ = true;
   }
   if (!listed) return;
-  listed_ += "<details><summary><b>" + row.status + "</b> <code>" + Html(row.log) + "</code>";
-  if (!row.error.empty()) listed_ += ": " + Html(row.error);
+  listed_ += std::string("<details><summary><b>") + StatusName(row.status()) + "</b> <code>" +
+             Html(row.log) + "</code>";
+  if (const std::string reason = ReasonText(row); !reason.empty()) listed_ += ": " + Html(reason);
   listed_ += "</summary>";
   // The parser drops a line feed right after <pre>: with one written first, a tail that
   // starts with an empty record keeps it.

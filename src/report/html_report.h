@@ -41,10 +41,9 @@ class HtmlReport {
   HtmlReport(std::vector<std::string> paths, std::int64_t made_at);
 
   // The cells of `row` as the page's columns carry them: one byte of code for the kind and the
-  // status, a comma and JSON text for the others; cell i is text[start[i], start[i + 1]). And
-  // the end of its log, `tail`: the last records of the log, at most kTailRecords of them, each
-  // cut at 256 columns, when the row's status is not "ok" and the log could be read; otherwise
-  // none.
+  // status (the value of its enum), a comma and JSON text for the others; cell i is
+  // text[start[i], start[i + 1]). And the end of its log: row.scan.tail, which the scan of a
+  // failed log makes with ScanWants::tail_records = kTailRecords.
   struct Cells {
     std::string text;
     std::array<std::uint32_t, kColumns + 1> start{};
@@ -53,13 +52,12 @@ class HtmlReport {
     bool has_tail() const { return !tail_json.empty(); }
   };
   // It depends on nothing else, so that the threads that read the logs can make the cells and
-  // spare the one that writes. REQUIRES: row.status is one of kStatusNames and row.kind one of
-  // kKindNames.
-  static Cells Encode(const ScriptRow& row, const std::vector<std::string>& tail);
+  // spare the one that writes.
+  static Cells Encode(const RunRow& row);
 
   // Adds the row of the next log, with its cells as Encode makes them; rows come in the order
   // the page lists them, from one thread. REQUIRES: WritePage has not been called.
-  void Add(const ScriptRow& row, const Cells& cells);
+  void Add(const RunRow& row, const Cells& cells);
 
   // Writes the whole page to `sink`, in pieces. REQUIRES: called once, after the last Add.
   void WritePage(const PageSink& sink);
@@ -71,7 +69,7 @@ class HtmlReport {
     std::string log;
   };
 
-  void AddFailure(const ScriptRow& row, const Cells& cells);
+  void AddFailure(const RunRow& row, const Cells& cells);
   std::string Header() const;
   std::string FailedRuns() const;
   void WriteData(const PageSink& sink);

@@ -13,30 +13,39 @@
 namespace tabrun {
 namespace {
 
-ScriptRow Row(std::string log, std::string status, std::optional<double> chi2 = {},
-              std::optional<double> rf2 = {}, std::optional<double> cpu = {}) {
-  ScriptRow row;
+constexpr RunStatus kOk = RunStatus::kOk;
+
+RunRow Row(std::string log, RunStatus status, std::optional<double> chi2 = {},
+           std::optional<double> rf2 = {}, std::optional<double> cpu = {}) {
+  RunRow row;
   row.log = std::move(log);
-  row.status = std::move(status);
-  row.chi2 = chi2;
-  row.rf2 = rf2;
-  row.cpu_seconds = cpu;
+  row.scan.status = status;
+  if (status == RunStatus::kUnreadable) {
+    row.problem = ReadProblem::kMissing;
+    row.problem_reason = "No such file or directory";
+  }
+  row.scan.figures.chi2 = chi2;
+  row.scan.figures.rf2 = rf2;
+  row.scan.cpu_seconds = cpu;
   return row;
 }
 
 // An annealing trial's row, as its log gives it.
-ScriptRow Trial(const std::string& rf2) {
+RunRow Trial(const std::string& rf2) {
   MemoryLog log(" => Sol#: 1 RF2=" + rf2 + "\n => CPU Time: 1\n => PCR  File  : sa\n");
-  return RowOfScan("sa_" + rf2 + ".log", ScanLog(log.text));
+  RunRow row;
+  row.log = "sa_" + rf2 + ".log";
+  row.scan = ScanLog(log.text, {.rows = true, .tail_records = 0});
+  return row;
 }
 
-std::string PageOf(const std::vector<ScriptRow>& rows,
+std::string PageOf(std::vector<RunRow> rows,
                    const std::vector<std::vector<std::string>>& tails = {},
                    std::vector<std::string> paths = {"runs"}, std::int64_t made_at = 0) {
   HtmlReport report(std::move(paths), made_at);
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    report.Add(rows[i], HtmlReport::Encode(
-                            rows[i], i < tails.size() ? tails[i] : std::vector<std::string>()));
+    if (i < tails.size()) rows[i].scan.tail = tails[i];
+    report.Add(rows[i], HtmlReport::Encode(rows[i]));
   }
   std::string page;
   report.WritePage([&page](std::string_view piece) { page.append(piece); });
@@ -62,8 +71,8 @@ std::string Tails(const std::string& page) {
 
 TEST(HtmlReportTest, Header) {
   const std::string page =
-      PageOf({Row("runs/a.log", "ok", 2.5, {}, 10), Row("runs/b.log", "ok", 1.5, {}, 0.5),
-              Row("runs/c.log", "bad_end")},
+      PageOf({Row("runs/a.log", kOk, 2.5, {}, 10), Row("runs/b.log", kOk, 1.5, {}, 0.5),
+              Row("runs/c.log", RunStatus::kBadEnd)},
              {}, {"runs", "<b>"}, 365 * 86400);
   EXPECT_EQ(Between(page, "<header>", "</header>"),
             "<header>\n<h1>tabrun report</h1>\n"
@@ -93,7 +102,7 @@ TEST(HtmlReportTest, HeaderLines) {
   const std::string count = "<p id=\"counts\">";
   const std::string ok = " <button type=\"button\" data-status=\"ok\">ok <b>";
   struct Case {
-    std::vector<ScriptRow> rows;
+    std::vector<RunRow> rows;
     std::vector<std::string> paths;
     std::int64_t made_at;
     std::string line;
@@ -103,14 +112,14 @@ TEST(HtmlReportTest, HeaderLines) {
        dot,
        0,
        count + "0 logs: <button type=\"button\" disabled data-status=\"ok\">ok <b>0</b></button>"},
-      {std::vector(1000, Row("a", "ok")), dot, 0, count + "1,000 logs:" + ok + "1,000</b> 100.0 %"},
-      {{Row("a", "ok")}, dot, 0, count + "1 log:" + ok + "1</b> 100.0 %</button>"},
+      {std::vector(1000, Row("a", kOk)), dot, 0, count + "1,000 logs:" + ok + "1,000</b> 100.0 %"},
+      {{Row("a", kOk)}, dot, 0, count + "1 log:" + ok + "1</b> 100.0 %</button>"},
       // chi2 before rf2 before cpu_seconds; on a tie the first log.
-      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", 4, {}, 1), Row("c", "ok", 4)},
+      {{Row("a", kOk, {}, 3, 1), Row("b", kOk, 4, {}, 1), Row("c", kOk, 4)},
        dot,
        0,
        "<p id=\"best\">Best chi2 4: <code>b</code>.</p>"},
-      {{Row("a", "ok", {}, 3, 1), Row("b", "ok", {}, 2)},
+      {{Row("a", kOk, {}, 3, 1), Row("b", kOk, {}, 2)},
        dot,
        0,
        "<p id=\"best\">Best rf2 2: <code>b</code>.</p>"},
@@ -119,7 +128,7 @@ TEST(HtmlReportTest, HeaderLines) {
        dot,
        0,
        "<p id=\"best\">Best rf2 9.4312: <code>sa_9.4312.log</code>.</p>"},
-      {{Row("a", "ok", {}, {}, 1e-7), Row("<x>", "ok", {}, {}, -0.0)},
+      {{Row("a", kOk, {}, {}, 1e-7), Row("<x>", kOk, {}, {}, -0.0)},
        dot,
        0,
        "<p id=\"best\">Best cpu_seconds -0: <code>&lt;x&gt;</code>.</p>"},
@@ -143,34 +152,39 @@ TEST(HtmlReportTest, HeaderLines) {
   }
 }
 
-// Text from names and logs shows as text: markup escaped, invalid UTF-8 and NUL as U+FFFD.
+// Each failed run with its reason. Text from names and logs shows as text: markup escaped,
+// invalid UTF-8 and NUL as U+FFFD, control characters as in the rows.
 TEST(HtmlReportTest, ListedFailures) {
-  ScriptRow unreadable = Row("gone.log", "unreadable");
-  unreadable.error = "cannot open: No such file or directory";
+  RunRow bad_end = Row("<img src=x onerror=alert(1)>.log", RunStatus::kBadEnd);
+  bad_end.scan.reason = FailureReason::kStatedInLog;
+  bad_end.scan.failure_record = "=> Abnormal end <b>\t";
+  RunRow empty = Row("empty.log", RunStatus::kNoControlFile);
+  empty.scan.reason = FailureReason::kEmptyLog;
   const std::string page =
-      PageOf({Row("ok.log", "ok"), Row("<img src=x onerror=alert(1)>.log", "bad_end"), unreadable,
-              Row("empty.log", "no_control_file")},
+      PageOf({Row("ok.log", kOk), bad_end, Row("gone.log", RunStatus::kUnreadable), empty},
              {{}, {"", "</script><!--", std::string("last 'words' & \"n\0\xE9\"", 20)}});
   EXPECT_EQ(Between(page, "<section id=\"failed\">", "</section>"),
             "<section id=\"failed\">\n<h2>Failed runs</h2>\n"
             "<p>3 runs did not end with status ok. Open one to see the last records of its "
             "log.</p>\n"
             "<details><summary><b>bad_end</b> <code>&lt;img src=x onerror=alert(1)&gt;.log</code>"
-            "</summary><pre id=\"tail-1\">\n\n&lt;/script&gt;&lt;!--\nlast &#39;words&#39; &amp; "
+            ": =&gt; Abnormal end &lt;b&gt;\\t</summary><pre "
+            "id=\"tail-1\">\n\n&lt;/script&gt;&lt;!--\nlast &#39;words&#39; &amp; "
             "&quot;n\uFFFD\uFFFD&quot;</pre>"
             "</details>\n"
             "<details><summary><b>unreadable</b> <code>gone.log</code>: cannot open: No such file "
             "or directory</summary></details>\n"
-            "<details><summary><b>no_control_file</b> <code>empty.log</code></summary></details>\n"
+            "<details><summary><b>no_control_file</b> <code>empty.log</code>: empty log</summary>"
+            "</details>\n"
             "</section>");
   EXPECT_EQ(Tails(page), "[]");
-  EXPECT_NE(PageOf({Row("a", "ok")}).find("<p>No run failed.</p>"), std::string::npos);
+  EXPECT_NE(PageOf({Row("a", kOk)}).find("<p>No run failed.</p>"), std::string::npos);
 }
 
 // The first failures are listed; the tails of the others go with the rows.
 TEST(HtmlReportTest, FailuresPastTheListedOnes) {
-  std::vector<ScriptRow> rows(HtmlReport::kListedFailures + 2, Row("f.log", "no_cpu"));
-  rows.front() = Row("ok.log", "ok");
+  std::vector<RunRow> rows(HtmlReport::kListedFailures + 2, Row("f.log", RunStatus::kNoCpu));
+  rows.front() = Row("ok.log", kOk);
   std::vector<std::vector<std::string>> tails(rows.size(), {"t"});
   tails.back() = {"a\"b", "end"};
   const std::string page = PageOf(rows, tails);
@@ -186,7 +200,7 @@ TEST(HtmlReportTest, TailBudget) {
   for (const std::uint64_t size : {HtmlReport::kTailBudget, HtmlReport::kTailBudget + 1}) {
     SCOPED_TRACE(size);
     const bool fits = size == HtmlReport::kTailBudget;
-    std::vector<ScriptRow> rows(HtmlReport::kListedFailures + 3, Row("f.log", "bad_end"));
+    std::vector<RunRow> rows(HtmlReport::kListedFailures + 3, Row("f.log", RunStatus::kBadEnd));
     std::vector<std::vector<std::string>> tails(rows.size(), {"t"});
     tails[0] = {std::string(size, 'x')};
     tails[2] = tails[101] = {};  // empty logs: nothing to leave out

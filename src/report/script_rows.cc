@@ -1,32 +1,37 @@
 #include "report/script_rows.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstdio>
 #include <string_view>
 
-#include "analysis/markers.h"
-#include "recio/fixed_text.h"
-#include "recio/number.h"
+#include "recio/civil_time.h"
 #include "report/escape.h"
 
 namespace tabrun {
 namespace {
 
-// The number `text` starts with (after blanks), when it is one and fits a double.
-std::optional<double> NumberIn(std::string_view text) {
-  double value = 0;
-  if (ReadReal(text, &value) != RealReadResult::kValue || !std::isfinite(value)) return {};
-  return value;
-}
+// What a ReadProblem says before the system's reason.
+constexpr const char* kProblemWords[] = {"", "cannot open", "cannot open", "cannot close",
+                                         "cannot read the directory"};
+static_assert(std::size(kProblemWords) == static_cast<std::size_t>(ReadProblem::kCannotList) + 1);
 
-// The number after the first (or with `last`, the last) `label` in the first 256 columns of
-// `record`, however far it runs.
-std::optional<double> After(std::string_view record, std::string_view label, bool last = false) {
-  const std::string_view head = record.substr(0, kRecordLength);
-  const int column = last ? IndexLast(head, label) : Index(head, label);
-  if (column == 0) return {};
-  return NumberIn(record.substr(static_cast<std::size_t>(column - 1) + label.size()));
-}
+// The words of each FailureReason that is not a record of the log; kCpuNotANumber is followed by
+// what stands after the marker.
+constexpr const char* kReasonWords[] = {
+    "",
+    "empty log",
+    "",
+    "cut in the middle of a record: killed, or still being written",
+    "stopped before \"Normal end\" without an error message",
+    "\"Normal end\" without a \"CPU Time:\" line after it",
+    "annealing run without a \"CPU Time:\" line near its \"=> PCR  File  :\" line",
+    "the CPU time is not a number: ",
+    "annealing run stopped before its \"=> PCR  File  :\" line",
+    // One text, in parentheses: it is too long for one line.
+    ("no \"Control file *.pcr:\" line, and no \"=> PCR  File  :\" line near its end: not a "
+     "refinement log?"),
+};
+static_assert(std::size(kReasonWords) == static_cast<std::size_t>(FailureReason::kLast) + 1);
 
 void AppendCsvField(std::string_view text, std::string* line) {
   const bool quoted = std::any_of(text.begin(), text.end(), [](char c) {
@@ -49,77 +54,52 @@ constexpr std::size_t kRowRoom = 512;
 
 }  // namespace
 
-std::optional<double> NameNumber(std::string_view log) {
-  const std::string_view name = log.substr(log.rfind('/') + 1);  // npos + 1 is 0
-  const auto digit = [&name](std::size_t i) {
-    return i < name.size() && name[i] >= '0' && name[i] <= '9';
-  };
-  const auto digits_end = [&digit](std::size_t i) {
-    while (digit(i)) ++i;
-    return i;
-  };
-  std::optional<double> number;
-  for (std::size_t i = 0; i < name.size();) {
-    if (!digit(i)) {
-      ++i;
-      continue;
-    }
-    std::size_t end = digits_end(i);
-    if (digit(end + 1) && name[end] == '.') end = digits_end(end + 1);
-    double value = 0;
-    const bool read =
-        ReadReal(name.substr(i, end - i), &value) == RealReadResult::kValue && std::isfinite(value);
-    number = read ? std::optional<double>(value) : std::nullopt;
-    i = end;
+std::string ErrorText(const RunRow& row) {
+  if (row.problem != ReadProblem::kNone) {
+    return std::string(kProblemWords[static_cast<std::size_t>(row.problem)]) + ": " +
+           row.problem_reason;
   }
-  return number;
+  if (row.scan.status == RunStatus::kBadCpuValue) {
+    return std::string(kBadCpuWhat) + ": " + BadCpuReason(row.scan);
+  }
+  return {};
 }
 
-ScriptRow RowOfScan(std::string log, const RunScan& scan) {
-  ScriptRow row;
-  row.log = std::move(log);
-  row.status = kStatusNames[static_cast<int>(scan.outcome)];
-  if (scan.outcome != RunOutcome::kNoControlFile) {
-    row.kind = scan.kind == RunKind::kAnnealing ? "annealing" : "ordinary";
-    row.control_file = scan.control_file;
+std::string ReasonText(const RunRow& row) {
+  if (row.problem != ReadProblem::kNone) return ErrorText(row);
+  const FailureReason reason = row.scan.reason;
+  switch (reason) {
+    case FailureReason::kStatedInLog:
+      return Printable(row.scan.failure_record);
+    case FailureReason::kCpuNotANumber:
+      return kReasonWords[static_cast<std::size_t>(reason)] + BadCpuReason(row.scan);
+    default:
+      return kReasonWords[static_cast<std::size_t>(reason)];
   }
-  if (scan.outcome == RunOutcome::kBadCpuValue) {
-    row.error = std::string(kBadCpuWhat) + ": " + BadCpuReason(scan);
-  }
-  row.name_number = NameNumber(row.log);
-  if (scan.outcome == RunOutcome::kSummary) {
-    row.cpu_seconds = NumberIn(scan.cpu_value_text);
-    row.result = scan.result_text;
-  }
-  const std::string_view record = scan.result_record;
-  switch (scan.result_label) {
-    case ResultLabel::kChi2:
-      row.chi2 = After(record, markers::kChi2, true);
-      row.rp = After(record, markers::kRp);
-      row.rwp = After(record, markers::kRwp);
-      row.rexp = After(record, markers::kRexp);
-      break;
-    case ResultLabel::kRf2:
-      row.rf2 = After(record, markers::kRf2);
-      row.rf2w = After(record, markers::kRf2w);
-      row.rf = After(record, markers::kRf);
-      break;
-    case ResultLabel::kBestSolution:
-      row.rf2 = After(record, markers::kBestSolution);
-      break;
-    case ResultLabel::kNone:
-      break;
-  }
-  return row;
 }
 
-ScriptRow UnreadableRow(std::string log, std::string error) {
-  ScriptRow row;
-  row.log = std::move(log);
-  row.status = "unreadable";
-  row.name_number = NameNumber(row.log);
-  row.error = std::move(error);
-  return row;
+std::string_view TimeText(std::int64_t seconds, Digits* digits) {
+  const CivilTime t = CivilTimeOf(seconds);
+  char* text = digits->data();
+  // Written by hand: a batch has a row per log, and printf costs more than the rest of the row.
+  if (t.year < 0 || t.year > 9999) {
+    const int length =
+        std::snprintf(text, digits->size(), "%lld-%02d-%02dT%02d:%02d:%02dZ",
+                      static_cast<long long>(t.year), t.month, t.day, t.hour, t.minute, t.second);
+    return {text, std::min(static_cast<std::size_t>(length), digits->size() - 1)};
+  }
+  const auto put = [&text](std::int64_t value, int width, char after) {
+    for (int i = width - 1; i >= 0; --i, value /= 10) text[i] = static_cast<char>('0' + value % 10);
+    text[width] = after;
+    text += width + 1;
+  };
+  put(t.year, 4, '-');
+  put(t.month, 2, '-');
+  put(t.day, 2, 'T');
+  put(t.hour, 2, ':');
+  put(t.minute, 2, ':');
+  put(t.second, 2, 'Z');
+  return {digits->data(), 20};
 }
 
 std::string CsvHeader() {
@@ -128,7 +108,7 @@ std::string CsvHeader() {
   return header + '\n';
 }
 
-std::string CsvRow(const ScriptRow& row) {
+std::string CsvRow(const RunRow& row) {
   std::string line;
   line.reserve(kRowRoom);
   // Every field but the first follows a comma, however many before it are empty.
@@ -140,7 +120,7 @@ std::string CsvRow(const ScriptRow& row) {
   return line;
 }
 
-std::string JsonRow(const ScriptRow& row) {
+std::string JsonRow(const RunRow& row) {
   std::string line;
   line.reserve(kRowRoom);
   std::size_t i = 0;

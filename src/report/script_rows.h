@@ -1,49 +1,41 @@
-// The rows of the direct mode for scripts: one per log, as CSV or as JSON Lines.
+// The rows of the direct modes for scripts: one per log, as CSV or as JSON Lines, and the
+// names and words their columns write.
 
 #ifndef TABRUN_REPORT_SCRIPT_ROWS_H_
 #define TABRUN_REPORT_SCRIPT_ROWS_H_
 
 #include <array>
 #include <charconv>
-#include <initializer_list>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "analysis/log_scan.h"
+#include "analysis/run_row.h"
+#include "recio/fatal.h"
 
 namespace tabrun {
 
-// What one row says, column by column; an empty number is an absent field.
-struct ScriptRow {
-  std::string log;
-  std::string kind;          // "ordinary", "annealing", or empty
-  std::string status;        // "ok", "no_cpu", "bad_end", "no_control_file",
-                             // "bad_cpu_value" or "unreadable"
-  std::string control_file;  // whole, with ".pcr"
-  std::optional<double> cpu_seconds;
-  std::optional<double> chi2, rp, rwp, rexp;  // from a Chi2 result record
-  std::optional<double> rf2, rf2w, rf;        // from an R-F2 or best-solution record
-  std::string result;                         // the result text as log.res carries it, not cut
-  std::string error;                          // why the log or its CPU value could not be read
-  std::optional<double> name_number;          // NameNumber(log)
-  // For a log that was read and whose status is not "ok": its last record that is not all
-  // blank, cut at 256 columns, without trailing blanks and carriage returns, its control
-  // characters escaped as in the messages on standard error. Empty otherwise.
-  std::string last_record;
-};
-
-// The columns of a row, in order: the CSV header and the JSON keys.
+// The columns of a row, in order: the CSV header and the JSON keys. Rows of an older version
+// are a prefix of these: new columns go at the end.
 inline constexpr const char* kColumnNames[] = {
-    "log",  "kind", "status", "control_file", "cpu_seconds", "chi2",  "rp",          "rwp",
-    "rexp", "rf2",  "rf2w",   "rf",           "result",      "error", "name_number", "last_record"};
+    "log",         "kind",        "status", "control_file", "cpu_seconds", "chi2",   "rp",
+    "rwp",         "rexp",        "rf2",    "rf2w",         "rf",          "result", "error",
+    "name_number", "last_record", "reason", "bytes",        "modified"};
 inline constexpr std::size_t kColumns = std::size(kColumnNames);
-// Every value the status and kind columns take.
+
+// The name of each RunStatus and RunKind, in the order of their values.
 inline constexpr const char* kStatusNames[] = {
     "ok", "no_cpu", "bad_end", "no_control_file", "bad_cpu_value", "unreadable"};
+static_assert(std::size(kStatusNames) == static_cast<std::size_t>(RunStatus::kLast) + 1);
 inline constexpr const char* kKindNames[] = {"", "ordinary", "annealing"};
+static_assert(std::size(kKindNames) == static_cast<std::size_t>(RunKind::kAnnealing) + 1);
 
-// Room for the digits of a number.
+inline const char* StatusName(RunStatus status) {
+  return kStatusNames[static_cast<std::size_t>(status)];
+}
+
+// Room for the digits of a number, or for a time.
 using Digits = std::array<char, 32>;
 
 // A number as the rows write it: the shortest decimal that reads back to the same double
@@ -57,56 +49,66 @@ inline std::string NumberText(double value) {
   return std::string(DigitsOf(value, &digits));
 }
 
-// Calls cell(text, number) for each field of `row`, in the order of kColumnNames: a string as
-// it is, a number as NumberText writes it, an empty number as the empty text. The text lives
-// only during its call.
+// The error column of `row`: why it could not be read ("cannot open: Is a directory"), or why
+// its CPU value could not be read; empty otherwise.
+std::string ErrorText(const RunRow& row);
+
+// The reason column of `row`: empty for an ok run; for an unreadable one its error; otherwise
+// the record of its log's end that says why it failed (escaped as Printable escapes), or the
+// words for what its log shows (FailureReason).
+std::string ReasonText(const RunRow& row);
+
+// A time in seconds since 1970 as the modified column writes it, in UTC and ISO 8601:
+// "2026-11-25T17:24:11Z", in *digits.
+std::string_view TimeText(std::int64_t seconds, Digits* digits);
+
+// Calls cell(text, number) for each field of `row`, in the order of kColumnNames: a text as it
+// is, a number as DigitsOf writes it, an empty number as the empty text. The text lives only
+// during its call. The columns of what the log says are empty for an unreadable row.
 template <typename Cell>
-void ForEachCell(const ScriptRow& row, Cell cell) {
+void ForEachCell(const RunRow& row, Cell cell) {
+  static const RunScan kNothing;
+  const bool read = row.problem == ReadProblem::kNone;
+  const RunScan& scan = read ? row.scan : kNothing;
   const auto number = [&cell](const std::optional<double>& value) {
     Digits digits;
     cell(value ? DigitsOf(*value, &digits) : std::string_view(), true);
   };
-  for (const std::string* text : {&row.log, &row.kind, &row.status, &row.control_file}) {
-    cell(std::string_view(*text), false);
-  }
+  const auto text = [&cell](std::string_view value) { cell(value, false); };
+  text(row.log);
+  text(kKindNames[static_cast<std::size_t>(scan.kind)]);
+  text(StatusName(row.status()));
+  text(scan.control_file);
+  const Figures& f = scan.figures;
   for (const std::optional<double>* value :
-       {&row.cpu_seconds, &row.chi2, &row.rp, &row.rwp, &row.rexp, &row.rf2, &row.rf2w, &row.rf}) {
+       {&scan.cpu_seconds, &f.chi2, &f.rp, &f.rwp, &f.rexp, &f.rf2, &f.rf2w, &f.rf}) {
     number(*value);
   }
-  for (const std::string* text : {&row.result, &row.error}) cell(std::string_view(*text), false);
+  text(scan.status == RunStatus::kOk ? std::string_view(scan.result_text) : std::string_view());
+  text(ErrorText(row));
   number(row.name_number);
-  cell(std::string_view(row.last_record), false);
+  text(Printable(scan.last_record));
+  text(ReasonText(row));
+  Digits digits;
+  if (read && row.bytes) {
+    const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), *row.bytes).ptr;
+    cell(std::string_view(digits.data(), static_cast<std::size_t>(end - digits.data())), true);
+  } else {
+    cell(std::string_view(), true);
+  }
+  text(read && row.modified ? TimeText(*row.modified, &digits) : std::string_view());
 }
 
-// The last number in the name of `log`, the text after its last '/', which the page's x axis
-// "last number in the log name" uses too. A number is a run of the digits 0 to 9, together
-// with a '.' and the run of digits right after it when they follow; the name is read from its
-// start, so that "NdFeB_T005K.log" gives 5, "T12.5K.log" 12.5 and "a1.2.3.log" 3. It is read
-// as a double: "run10000000000000001.log" gives 1e+16. None when the name holds no digit, or
-// its last number is too large for a double.
-std::optional<double> NameNumber(std::string_view log);
-
-// The row of a log that was scanned, without its last_record. The CPU value is read in double
-// precision with the same rules as the summary's, and each figure is the whole number that
-// follows its label in the result record (the label within its first 256 columns, the number
-// as far as it goes), not the summary's cut; an ordinary no_cpu run carries the figures of
-// its result record too. A number field is empty when its label is absent or is not followed
-// by a number, and when the number is too large for a double.
-ScriptRow RowOfScan(std::string log, const RunScan& scan);
-
-// The row of a log that could not be read, with the reason, e.g. "cannot open: Is a directory".
-ScriptRow UnreadableRow(std::string log, std::string error);
-
-// The CSV header and rows: fields in the order of ScriptRow, quoted only when they hold a
+// The CSV header and rows: fields in the order of kColumnNames, quoted only when they hold a
 // comma, a double quote, a carriage return or a line feed; names written as their bytes; every
 // row ended by a line feed.
 std::string CsvHeader();
-std::string CsvRow(const ScriptRow& row);
+std::string CsvRow(const RunRow& row);
 
 // One JSON object and a line feed, with the keys of the CSV header in the same order. Numbers
 // are JSON numbers, empty fields null, and strings are written as AppendJsonString writes
 // them.
-std::string JsonRow(const ScriptRow& row);
+std::string JsonRow(const RunRow& row);
 
 }  // namespace tabrun
 

@@ -97,17 +97,18 @@ FixedText RunText(const RunScan& scan) {
 }
 
 RunLines LinesOfRun(const RunScan& scan, const FixedText& log_name) {
-  switch (scan.outcome) {
-    case RunOutcome::kSummary:
+  switch (scan.status) {
+    case RunStatus::kOk:
       return {Record({kSummary, RunText(scan).view()}), ""};
-    case RunOutcome::kNoCpu:
+    case RunStatus::kNoCpu:
       return ToBoth(kNoCpu, NameStage(scan));
-    case RunOutcome::kBadEnd:
+    case RunStatus::kBadEnd:
       // The bad-end line names the run by its control file, not by the log file.
       return ToBoth(kBadEnd, FixedText(scan.control_file));
-    case RunOutcome::kNoControlFile:
+    case RunStatus::kNoControlFile:
       return ToBoth(kNoControlFile, log_name);
-    case RunOutcome::kBadCpuValue:
+    case RunStatus::kBadCpuValue:
+    case RunStatus::kUnreadable:
       break;
   }
   return {};

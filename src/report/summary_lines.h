@@ -36,7 +36,8 @@ struct RunLines {
 };
 
 // The line of a run: the run summary (log.res only) or a no-CPU, bad-end or
-// missing-control-file line (both streams). A run whose CPU value is not a number has none.
+// missing-control-file line (both streams). A run whose CPU value is not a number has none,
+// and so has a log that was not read.
 RunLines LinesOfRun(const RunScan& scan, const FixedText& log_name);
 
 // The run text of a summarised run, as the run summary line carries it after " => ": the name

@@ -1,4 +1,4 @@
-// For tests: a text in a temporary file of its own, opened as a LogText.
+// For tests: a text in memory, or in a scratch file of its own, opened as a LogText.
 
 #ifndef TABRUN_TESTING_MEMORY_LOG_H_
 #define TABRUN_TESTING_MEMORY_LOG_H_
@@ -12,32 +12,48 @@
 #include <string_view>
 #include <system_error>
 
+#include "recio/byte_source.h"
 #include "recio/log_text.h"
 
 namespace tabrun {
 
-// The file is removed when the MemoryLog goes away. Standard C++ only, so that it works on
-// every platform the program builds for.
+// A copy of `content` read by `text` from memory, as if it were a file.
 class MemoryLog {
  public:
   explicit MemoryLog(std::string_view content, std::size_t window = LogText::kDefaultWindow)
+      : text(window), content_(content), bytes_(content_) {
+    text.Open(bytes_);
+  }
+  MemoryLog(const MemoryLog&) = delete;
+  MemoryLog& operator=(const MemoryLog&) = delete;
+
+  // Cuts the text short behind the reader's back.
+  void CutTo(std::size_t length) { bytes_.CutTo(length); }
+
+  LogText text;
+
+ private:
+  const std::string content_;
+  MemoryBytes bytes_;
+};
+
+// A text in a file of its own, for the tests that need the disk; the file is removed when the
+// ScratchLog goes away. Standard C++ only, so that it works on every platform the program
+// builds for.
+class ScratchLog {
+ public:
+  explicit ScratchLog(std::string_view content, std::size_t window = LogText::kDefaultWindow)
       : text(window), path_(UniquePath()) {
     std::ofstream(path_, std::ios::binary).write(content.data(), std::ssize(content));
-    Reopen();
+    std::string error;
+    text.Open(path_.string(), &error);
   }
-  ~MemoryLog() {
+  ~ScratchLog() {
     text.Close();
     std::error_code ignored;
     std::filesystem::remove(path_, ignored);
   }
 
-  // The path of the file.
-  std::string path() const { return path_.string(); }
-  // Opens the file again in `text`, from its start.
-  LogText::OpenResult Reopen() {
-    std::string error;
-    return text.Open(path(), &error);
-  }
   // Cuts the file short behind the reader's back; false when that fails.
   bool Truncate(std::uint64_t length) {
     std::error_code error;

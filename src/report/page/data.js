@@ -82,11 +82,14 @@ const PageData = ((Cells) => {
     return {n: data.rows, cols, col, tails};
   }
 
-  // The figures some run has: the number columns but the number in the log name, and the
-  // first figure, the default, which is there even when no run has it.
+  // Number columns that are not figures of a run: the number in the log name, the log's size.
+  const NOT_FIGURES = ['name_number', 'bytes'];
+
+  // The figures some run has: the number columns but those above, and the first figure, the
+  // default, which is there even when no run has it.
   function figuresOf(cols) {
     const any = (c) => c.data.some((v) => !Number.isNaN(v));
-    const numbers = cols.filter((c) => c.type === 'number' && c.name !== 'name_number');
+    const numbers = cols.filter((c) => c.type === 'number' && !NOT_FIGURES.includes(c.name));
     const figures = numbers.filter(any).map((c) => c.name);
     const first = FIRST_FIGURES.find((f) => figures.includes(f)) || 'cpu_seconds';
     if (!figures.includes(first)) figures.push(first);

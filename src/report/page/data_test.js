@@ -20,7 +20,7 @@ test('readNumbers: the double that Number() reads, for the texts tabrun writes',
 test('figures and the start: the first figure any run has; numbered names by number', () => {
   const number = (name, ...values) => ({name, type: 'number', data: Float64Array.from(values)});
   const cols = [number('cpu_seconds', 1, NaN), number('chi2', NaN, NaN), number('rf2', NaN, 3),
-    number('name_number', 5, 10)];
+    number('name_number', 5, 10), number('bytes', 300, 400)];
   assert.deepEqual(d.figuresOf(cols), {figures: ['cpu_seconds', 'rf2'], first: 'rf2'});
   const cases = [[[5, 10, NaN], 'num'], [[5, 5, 5], 'pos'], [[5, NaN, NaN], 'pos'], [[], 'pos']];
   for (const [numbers, x] of cases) {

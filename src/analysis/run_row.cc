@@ -1,0 +1,90 @@
+#include "analysis/run_row.h"
+
+#include <cmath>
+
+#include "os/directory.h"
+#include "recio/number.h"
+
+namespace tabrun {
+
+std::optional<double> NameNumber(std::string_view log) {
+  const std::string_view name = log.substr(log.rfind('/') + 1);  // npos + 1 is 0
+  const auto digit = [&name](std::size_t i) {
+    return i < name.size() && name[i] >= '0' && name[i] <= '9';
+  };
+  const auto digits_end = [&digit](std::size_t i) {
+    while (digit(i)) ++i;
+    return i;
+  };
+  std::optional<double> number;
+  for (std::size_t i = 0; i < name.size();) {
+    if (!digit(i)) {
+      ++i;
+      continue;
+    }
+    std::size_t end = digits_end(i);
+    if (digit(end + 1) && name[end] == '.') end = digits_end(end + 1);
+    double value = 0;
+    const bool read =
+        ReadReal(name.substr(i, end - i), &value) == RealReadResult::kValue && std::isfinite(value);
+    number = read ? std::optional<double>(value) : std::nullopt;
+    i = end;
+  }
+  return number;
+}
+
+RowReader::~RowReader() {
+  if (directory_fd_ != os::kNoFile) os::CloseFile(directory_fd_);
+}
+
+int RowReader::DirectoryFd(const std::string& directory, std::string* error) {
+  if (&directory != directory_) {
+    if (directory_fd_ != os::kNoFile) os::CloseFile(directory_fd_);
+    directory_ = &directory;
+    directory_fd_ = os::OpenDirectory(directory, &directory_error_);
+  }
+  if (directory_fd_ == os::kNoFile) *error = directory_error_;
+  return directory_fd_;
+}
+
+RunRow RowReader::Read(LogPlace place, const ScanWants& wants,
+                       const std::vector<os::FileIdentity>& read_at_turn) {
+  RunRow row;
+  row.log = std::move(place.path);
+  if (wants.rows) row.name_number = NameNumber(row.log);
+  if (place.list_error != nullptr) {
+    row.problem = ReadProblem::kCannotList;
+    row.problem_reason = *place.list_error;
+    return row;
+  }
+  const int directory = place.directory == nullptr
+                            ? os::kWorkingDirectory
+                            : DirectoryFd(*place.directory, &row.problem_reason);
+  const std::string& name = place.directory == nullptr ? row.log : place.name;
+  if (directory == os::kNoFile) {
+    row.problem = ReadProblem::kCannotOpen;
+    return row;
+  }
+  switch (text_.Open(directory, name, &row.problem_reason, place.stream)) {
+    case LogText::OpenResult::kOpened:
+      break;
+    case LogText::OpenResult::kMissing:
+      row.problem = ReadProblem::kMissing;
+      return row;
+    case LogText::OpenResult::kFailed:
+      row.problem = ReadProblem::kCannotOpen;
+      return row;
+  }
+  for (const os::FileIdentity& file : read_at_turn) row.read_at_turn |= text_.Is(file);
+  if (row.read_at_turn) {
+    text_.Close();
+    return row;
+  }
+  row.scan = ScanLog(text_, wants);
+  row.bytes = text_.size();
+  row.modified = text_.modified();
+  if (!text_.Close(&row.problem_reason)) row.problem = ReadProblem::kCannotClose;
+  return row;
+}
+
+}  // namespace tabrun

@@ -138,10 +138,13 @@ def saved_csv(driver):
     if os.path.exists(saved):
         os.remove(saved)
     driver.find_element("id", "csv").click()
+    # Firefox puts an empty file at the name first and writes into NAME.part beside it: the
+    # text is there once the file holds a line and no part file is left.
     end = time.monotonic() + 60
-    while not os.path.exists(saved) and time.monotonic() < end:
+    while time.monotonic() < end and (not os.path.exists(saved) or os.path.exists(saved + ".part")
+                                      or os.path.getsize(saved) == 0):
         time.sleep(0.05)
-    time.sleep(0.2)  # a large file can still be being written
+    time.sleep(0.2)  # and Chromium may still be writing a large one
     with open(saved, encoding="utf-8", newline="") as f:
         return f.read()
 

@@ -6,7 +6,6 @@
 #include "driver/console.h"
 #include "driver/direct_run.h"
 #include "driver/run.h"
-#include "os/cpus.h"
 #include "os/file.h"
 #include "os/process.h"
 #include "recio/fatal.h"
@@ -35,7 +34,7 @@ int UsageError(const tabrun::CommandLine& command_line) {
 int main(int argc, char** argv) {
   tabrun::os::OpenStandardHandles();
   const tabrun::CommandLine line = tabrun::ParseCommandLine(tabrun::os::Arguments(argc, argv));
-  const int jobs = line.jobs != 0 ? line.jobs : tabrun::os::UsableCpus();
+  const int jobs = line.jobs != 0 ? line.jobs : tabrun::kDefaultJobs;
   switch (line.command) {
     case tabrun::Command::kRun:
       // A closed pipe on standard output becomes a write error with a message, not a silent

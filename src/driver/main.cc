@@ -1,5 +1,6 @@
 // tabrun: summarise the logs of a batch of refinement runs into log.res.
 
+#include <new>
 #include <string>
 
 #include "driver/command_line.h"
@@ -29,9 +30,7 @@ int UsageError(const tabrun::CommandLine& command_line) {
   return tabrun::kUsageExitStatus;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   tabrun::os::OpenStandardHandles();
   const tabrun::CommandLine line = tabrun::ParseCommandLine(tabrun::os::Arguments(argc, argv));
   const int jobs = line.jobs != 0 ? line.jobs : tabrun::kDefaultJobs;
@@ -55,4 +54,16 @@ int main(int argc, char** argv) {
       return UsageError(line);
   }
   return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Memory that runs out, in a worker or here, ends the run as every fatal error does. The
+  // pool hands a worker's std::bad_alloc to the thread that takes its result, so it comes here.
+  try {
+    return Run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    tabrun::FatalOutOfMemory();
+  }
 }

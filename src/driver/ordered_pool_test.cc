@@ -45,7 +45,7 @@ TEST(OrderedPoolTest, ResultsComeInOrderWhateverTheJobsAndTheWindow) {
         [&](std::size_t index, int worker) {
           EXPECT_TRUE(worker >= 0 && worker < c.jobs);
           ++calls[index];
-          if (index % 13 == 0) Wait(index % 3 * 200);  // uneven work
+          if (index % 13 == 0) Wait(index % 3 * 1000);  // uneven work
           return std::to_string(index);
         },
         c.ahead);
@@ -91,7 +91,10 @@ TEST(OrderedPoolTest, WhatWorkThrowsComesAtItsTurn) {
       return index;
     });
     // With threads, one of them meets the failure, before Next() works on anything itself.
-    for (int i = 0; jobs > 1 && calls.load() <= 37 && i < 100000; ++i) Wait(100);
+    const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (jobs > 1 && calls.load() <= 37 && std::chrono::steady_clock::now() < give_up) {
+      Wait(1000);
+    }
     for (std::size_t i = 0; i < 37; ++i) ASSERT_EQ(pool.Next(), i) << jobs << " jobs";
     EXPECT_THROW(pool.Next(), std::bad_alloc) << jobs << " jobs";
   }
@@ -120,7 +123,7 @@ std::vector<int> Workers(int jobs, std::size_t count, const PoolClocks& clocks) 
   OrderedPool<int> pool(
       count, jobs,
       [](std::size_t, int worker) {
-        Wait(200);  // waits, as on a file system, without using the CPU
+        Wait(1000);  // waits, as on a file system; a millisecond, the least Windows sleeps
         return worker;
       },
       OrderedPool<int>::kAhead, clocks);
@@ -129,19 +132,19 @@ std::vector<int> Workers(int jobs, std::size_t count, const PoolClocks& clocks) 
 }
 
 TEST(OrderedPoolTest, MoreWorkersWhileTheyWaitAndMorePays) {
-  const std::vector<int> workers = Workers(8, 1500, Scripted(Faster, 0.1));
+  const std::vector<int> workers = Workers(8, 400, Scripted(Faster, 0.1));
   const std::set<int> all(workers.begin(), workers.end());
   EXPECT_EQ(all.size(), 8u) << "the 7 threads and the caller all worked";
 }
 
 TEST(OrderedPoolTest, NoMoreWorkersThanCpusWhileTheCpusAreBusy) {
-  const std::vector<int> workers = Workers(8, 1500, Scripted(Faster, 0.6));
+  const std::vector<int> workers = Workers(8, 300, Scripted(Faster, 0.6));
   EXPECT_EQ(std::set<int>(workers.begin(), workers.end()), (std::set<int>{0, 7}))
       << "one thread beside the caller on 2 CPUs";
 }
 
 TEST(OrderedPoolTest, WorkersThatDidNotPayStop) {
-  const std::vector<int> workers = Workers(8, 1500, Scripted(Same, 0.1));
+  const std::vector<int> workers = Workers(8, 1000, Scripted(Same, 0.1));
   // 2 reads, then 4 that took as long: back to 2 from result 132 on, 4 again from 454 to 521,
   // then 2 up to result 1100.
   EXPECT_TRUE(std::set<int>(workers.begin(), workers.end()).contains(2));

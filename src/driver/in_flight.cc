@@ -9,7 +9,7 @@ InFlight::InFlight(int cpus, int most)
 
 std::size_t InFlight::StretchResults() const {
   const auto level = static_cast<std::size_t>(level_);
-  return settling_ ? level : std::max(kMinStretch, 4 * level);
+  return settling_ ? level : std::max(kMinStretch, 4 * level) * longer_;
 }
 
 int InFlight::Next(const Stretch& stretch) {
@@ -17,8 +17,12 @@ int InFlight::Next(const Stretch& stretch) {
     settling_ = false;
     return level_;
   }
-  const double rate = static_cast<double>(stretch.results) / std::max(stretch.seconds, 1e-9);
-  const double busy = stretch.cpu_seconds / (std::max(stretch.seconds, 1e-9) * cpus_);
+  if (stretch.seconds < kMinSeconds) {
+    longer_ = std::min(kMostLonger, 2 * longer_);
+    return level_;
+  }
+  const double rate = static_cast<double>(stretch.results) / stretch.seconds;
+  const double busy = stretch.cpu_seconds / (stretch.seconds * cpus_);
   const int level = level_;
   if (trying_) {
     trying_ = false;

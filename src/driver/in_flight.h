@@ -32,7 +32,7 @@ class InFlight {
  public:
   // What one stretch measured.
   struct Stretch {
-    std::size_t results = 0;  // results taken in it
+    std::size_t results = 0;  // reads that ended in it
     double seconds = 0;       // how long it lasted
     double cpu_seconds = 0;   // the CPU time the process used in it, all threads together
   };

@@ -50,7 +50,8 @@ struct PoolClocks {
 // time.
 //
 // How many of the jobs work at once is InFlight's decision, at the end of each of its
-// stretches, from the time the stretch took and the CPU time the process used in it: one per
+// stretches, from the work done in the stretch, the time it took and the CPU time the process
+// used in it: one per
 // CPU at first, more while the work waits on the file system rather than on the CPUs and more
 // pays, never more than `jobs`. Threads start when they are first needed; those beyond the
 // number sleep until it grows again.
@@ -148,6 +149,7 @@ class OrderedPool {
 
   void StartStretch() {
     stretch_results_ = 0;
+    stretch_made_ = made_.load(std::memory_order_relaxed);
     stretch_start_ = clocks_.seconds();
     stretch_cpu_ = clocks_.cpu_seconds();
   }
@@ -155,7 +157,9 @@ class OrderedPool {
   void EndStretch() {
     const double seconds = clocks_.seconds() - stretch_start_;
     const double cpu = clocks_.cpu_seconds() - stretch_cpu_;
-    SetLevel(rule_.Next({stretch_results_, seconds, cpu}));
+    // Judged by the work done, which a slow index at the head of the window does not hold up.
+    const std::size_t made = made_.load(std::memory_order_relaxed) - stretch_made_;
+    SetLevel(rule_.Next({made, seconds, cpu}));
     StartStretch();
   }
 
@@ -208,6 +212,7 @@ class OrderedPool {
       slot.failure = std::current_exception();
     }
     slot.full.store(true);
+    made_.fetch_add(1, std::memory_order_relaxed);
     if (wanted_.load() == index) {
       { const std::lock_guard<std::mutex> lock(mutex_); }
       ready_.notify_one();
@@ -260,12 +265,14 @@ class OrderedPool {
   const PoolClocks clocks_;
   InFlight rule_;
   bool measuring_ = false;
-  std::size_t stretch_results_ = 0;
+  std::size_t stretch_results_ = 0;  // results taken in the stretch
+  std::size_t stretch_made_ = 0;     // made_ when it started
   double stretch_start_ = 0;
   double stretch_cpu_ = 0;
   std::vector<Slot> slots_;
   std::atomic<std::size_t> claimed_{0};       // indices handed out to be worked on
   std::atomic<std::size_t> taken_{0};         // results handed out by Next()
+  std::atomic<std::size_t> made_{0};          // results made, in any order
   std::atomic<std::size_t> wanted_{kNobody};  // the index whose result wakes Next()
   std::atomic<std::size_t> active_{0};        // threads 0 to active_ - 1 may work; stored
                                               // under mutex_

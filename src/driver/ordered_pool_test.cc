@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <memory>
 #include <new>
 #include <set>
 #include <string>
@@ -18,20 +17,6 @@ namespace {
 void Wait(int microseconds) {
   std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
 }
-
-// Clocks in which the CPUs are `busy` of the time and stretch k lasts seconds(k) seconds.
-PoolClocks Scripted(double (*seconds)(int stretch), double busy) {
-  auto calls = std::make_shared<int>(0);
-  auto now = std::make_shared<double>(0);
-  // The pool reads the time at the start and at the end of each stretch.
-  auto time = [=] {
-    if ((*calls)++ % 2 == 1) *now += seconds(*calls / 2);
-    return *now;
-  };
-  return {time, [=] { return busy * *now * 2; }, 2};
-}
-double Faster(int stretch) { return 1.0 / (1 << stretch); }  // results come ever faster
-double Same(int) { return 1; }
 
 TEST(OrderedPoolTest, ResultsComeInOrderWhateverTheJobsAndTheWindow) {
   const struct {
@@ -118,34 +103,58 @@ TEST(OrderedPoolTest, StopsEarlyOnceTheWorkInHandIsDone) {
   EXPECT_LT(after, 1000);
 }
 
-// Which workers did the work of each index, with the given clocks.
-std::vector<int> Workers(int jobs, std::size_t count, const PoolClocks& clocks) {
-  std::vector<int> workers;
-  OrderedPool<int> pool(
-      count, jobs,
-      [](std::size_t, int worker) {
-        Wait(1000);  // waits, as on a file system; a millisecond, the least Windows sleeps
-        return worker;
-      },
-      OrderedPool<int>::kAhead, clocks);
-  for (std::size_t i = 0; i < count; ++i) workers.push_back(pool.Next());
-  return workers;
-}
+// A file system on a clock of its own: each read moves it on by read_seconds(k) seconds, where k
+// is the number of stretches the pool has ended, as if the reads came one after another; the
+// process keeps `busy` of its 2 CPUs busy.
+class FakeFileSystem {
+ public:
+  FakeFileSystem(double (*read_seconds)(int stretches), double busy)
+      : read_seconds_(read_seconds), busy_(busy) {}
+
+  PoolClocks Clocks() {
+    // The pool reads the time when it starts and twice at the end of each stretch.
+    return {[this] { return ++calls_, Now(); }, [this] { return busy_ * Now() * 2; }, 2};
+  }
+  // Which worker did the work of each of `count` indices, at most `jobs` at once.
+  std::vector<int> Workers(int jobs, std::size_t count) {
+    std::vector<int> workers;
+    OrderedPool<int> pool(
+        count, jobs,
+        [this](std::size_t, int worker) {
+          Wait(1000);  // so that every thread that may work gets some; the least Windows sleeps
+          nanoseconds_ += static_cast<long long>(read_seconds_((calls_ - 1) / 2) * 1e9);
+          return worker;
+        },
+        OrderedPool<int>::kAhead, Clocks());
+    for (std::size_t i = 0; i < count; ++i) workers.push_back(pool.Next());
+    return workers;
+  }
+
+ private:
+  double Now() const { return static_cast<double>(nanoseconds_.load()) * 1e-9; }
+
+  double (*const read_seconds_)(int);
+  const double busy_;
+  std::atomic<long long> nanoseconds_{0};
+  std::atomic<int> calls_{0};
+};
+double Faster(int stretches) { return 1.0 / (1 << std::min(stretches, 20)); }
+double Same(int) { return 0.01; }  // one read at a time, whatever the number in flight
 
 TEST(OrderedPoolTest, MoreWorkersWhileTheyWaitAndMorePays) {
-  const std::vector<int> workers = Workers(8, 400, Scripted(Faster, 0.1));
+  const std::vector<int> workers = FakeFileSystem(Faster, 0.1).Workers(8, 400);
   const std::set<int> all(workers.begin(), workers.end());
   EXPECT_EQ(all.size(), 8u) << "the 7 threads and the caller all worked";
 }
 
 TEST(OrderedPoolTest, NoMoreWorkersThanCpusWhileTheCpusAreBusy) {
-  const std::vector<int> workers = Workers(8, 300, Scripted(Faster, 0.6));
+  const std::vector<int> workers = FakeFileSystem(Faster, 0.6).Workers(8, 300);
   EXPECT_EQ(std::set<int>(workers.begin(), workers.end()), (std::set<int>{0, 7}))
       << "one thread beside the caller on 2 CPUs";
 }
 
 TEST(OrderedPoolTest, WorkersThatDidNotPayStop) {
-  const std::vector<int> workers = Workers(8, 1000, Scripted(Same, 0.1));
+  const std::vector<int> workers = FakeFileSystem(Same, 0.1).Workers(8, 1000);
   // 2 reads, then 4 that took as long: back to 2, and 4 only for a stretch now and then.
   const auto others = std::count_if(workers.begin(), workers.end(),
                                     [](int worker) { return worker != 0 && worker != 7; });

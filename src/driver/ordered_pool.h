@@ -85,10 +85,10 @@ class OrderedPool {
         clocks_(std::move(clocks)),
         rule_(clocks_.cpus, static_cast<int>(most_threads_) + 1),
         slots_(ahead) {
-    SetLevel(rule_.level());
     // With no room to grow, nothing is measured.
     measuring_ = rule_.level() <= static_cast<int>(most_threads_);
     if (measuring_) StartStretch();
+    SetLevel(rule_.level());
   }
   // Stops the threads once each has finished the work in its hands; results not taken are
   // dropped.

@@ -24,6 +24,9 @@ enum class Command {
 // The most jobs -j takes: enough to keep a network file system busy, few enough that the
 // workers' windows and stacks stay small.
 inline constexpr int kMaxJobs = 1024;
+// The most logs read at once without -j: enough for a network file system's round trips, few
+// enough to spare a server that others share.
+inline constexpr int kDefaultJobs = 64;
 
 struct CommandLine {
   Command command = Command::kRun;

@@ -1,12 +1,12 @@
 // tabrun: summarise the logs of a batch of refinement runs into log.res.
 
+#include <new>
 #include <string>
 
 #include "driver/command_line.h"
 #include "driver/console.h"
 #include "driver/direct_run.h"
 #include "driver/run.h"
-#include "os/cpus.h"
 #include "os/file.h"
 #include "os/process.h"
 #include "recio/fatal.h"
@@ -32,13 +32,11 @@ int UsageError(const tabrun::CommandLine& command_line) {
   return tabrun::kUsageExitStatus;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   tabrun::os::OpenStandardHandles();
   const tabrun::CommandLine line =
       tabrun::ParseCommandLine(tabrun::os::Arguments(argc, argv), tabrun::os::TypingShell());
-  const int jobs = line.jobs != 0 ? line.jobs : tabrun::os::UsableCpus();
+  const int jobs = line.jobs != 0 ? line.jobs : tabrun::kDefaultJobs;
   switch (line.command) {
     case tabrun::Command::kRun:
       // A closed pipe on standard output becomes a write error with a message, not a silent
@@ -59,4 +57,16 @@ int main(int argc, char** argv) {
       return UsageError(line);
   }
   return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Memory that runs out, in a worker or here, ends the run as every fatal error does. The
+  // pool hands a worker's std::bad_alloc to the thread that takes its result, so it comes here.
+  try {
+    return Run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    tabrun::FatalOutOfMemory();
+  }
 }

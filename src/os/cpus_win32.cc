@@ -1,4 +1,5 @@
 #include <bit>
+#include <cstdint>
 
 #include "os/cpus.h"
 #include "os/text_win32.h"
@@ -13,6 +14,18 @@ int UsableCpus() {
   }
   const DWORD active = GetActiveProcessorCount(ALL_PROCESSOR_GROUPS);
   return active >= 1 ? static_cast<int>(active) : 1;
+}
+
+double ProcessCpuSeconds() {
+  // Not clock(): Microsoft's C runtime returns the wall time since the process started there.
+  FILETIME created, exited, kernel, user;
+  if (!GetProcessTimes(GetCurrentProcess(), &created, &exited, &kernel, &user)) return 0;
+  const auto seconds = [](const FILETIME& t) {  // in units of 100 ns
+    return static_cast<double>((static_cast<std::uint64_t>(t.dwHighDateTime) << 32) |
+                               t.dwLowDateTime) *
+           1e-7;
+  };
+  return seconds(kernel) + seconds(user);
 }
 
 }  // namespace tabrun::os

@@ -54,4 +54,12 @@ void FatalIoError(std::string_view unit, std::string_view file, std::string_view
   std::_Exit(kFatalExitStatus);
 }
 
+void FatalOutOfMemory() {
+  constexpr std::string_view kLine = "tabrun: out of memory\n";
+  std::size_t written;
+  std::string ignored;  // an empty string allocates nothing
+  os::WriteAll(os::kStandardError, kLine, &written, &ignored);
+  std::_Exit(kFatalExitStatus);
+}
+
 }  // namespace tabrun

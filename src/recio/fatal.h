@@ -26,6 +26,10 @@ std::string Printable(std::string_view text);
 [[noreturn]] void FatalIoError(std::string_view unit, std::string_view file, std::string_view what,
                                std::string_view reason);
 
+// Writes "tabrun: out of memory" to standard error without allocating anything and ends the
+// process at once with kFatalExitStatus.
+[[noreturn]] void FatalOutOfMemory();
+
 }  // namespace tabrun
 
 #endif  // TABRUN_RECIO_FATAL_H_

@@ -1,6 +1,7 @@
 #include "recio/read_ahead.h"
 
 #include <algorithm>
+#include <new>
 #include <system_error>
 
 #include "os/file.h"
@@ -72,7 +73,12 @@ void ReadAhead::Run() {
     }
     const std::size_t index = asked_++;
     lock.unlock();
-    const bool cold = Advise(index);
+    bool cold = false;
+    try {
+      cold = Advise(index);
+    } catch (const std::bad_alloc&) {
+      // Only a hint: the readers meet the shortage themselves and say so.
+    }
     lock.lock();
     cached_in_a_row_ = cold ? 0 : cached_in_a_row_ + 1;
     if (cached_in_a_row_ >= kLogs) active_.store(false, std::memory_order_relaxed);

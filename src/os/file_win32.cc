@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "os/file.h"
+#include "os/process.h"
 #include "os/text_win32.h"
 
 namespace tabrun::os {
@@ -193,7 +194,7 @@ bool WriteAll(int file, std::string_view bytes, std::size_t* written, std::strin
       const DWORD code =
           n == 0 && GetLastError() == ERROR_SUCCESS ? ERROR_WRITE_FAULT : GetLastError();
       if (win32::ErrorText(code) == "Broken pipe" && !win32::broken_pipe_ignored) {
-        ExitProcess(win32::kBrokenPipeStatus);
+        ExitNow(win32::kBrokenPipeStatus);
       }
       *error = win32::ErrorText(code);
       return false;

@@ -14,6 +14,12 @@ namespace tabrun::os {
 // does nothing.
 void OpenStandardHandles();
 
+// Ends the process at once with `status`: no exit handlers run, and threads still at work do not
+// stop it. What WriteAll wrote is out already; nothing else is flushed. On Windows the process is
+// terminated rather than exited, since an exit waits for locks that a thread stopped at any
+// point may hold, and then never ends.
+[[noreturn]] void ExitNow(int status);
+
 // Writing to a pipe whose reader has gone becomes a write error, reported where it happens,
 // instead of ending the process. A platform without such a signal does nothing.
 void IgnoreBrokenPipe();

@@ -29,6 +29,11 @@ void OpenStandardHandles() {
   SetConsoleOutputCP(CP_UTF8);
 }
 
+void ExitNow(int status) {
+  TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
+  ExitProcess(static_cast<UINT>(status));  // not reached
+}
+
 void IgnoreBrokenPipe() { win32::broken_pipe_ignored = true; }
 
 bool ShellListsFiles() { return false; }

@@ -1,9 +1,9 @@
 #include "recio/fatal.h"
 
-#include <cstdlib>
 #include <string>
 
 #include "os/file.h"
+#include "os/process.h"
 
 namespace tabrun {
 
@@ -51,7 +51,7 @@ void FatalIoError(std::string_view unit, std::string_view file, std::string_view
   message.append(unit).append(" (").append(file).append("): ").append(what);
   message.append(": ").append(reason);
   PrintError(message);
-  std::_Exit(kFatalExitStatus);
+  os::ExitNow(kFatalExitStatus);
 }
 
 void FatalOutOfMemory() {
@@ -59,7 +59,7 @@ void FatalOutOfMemory() {
   std::size_t written;
   std::string ignored;  // an empty string allocates nothing
   os::WriteAll(os::kStandardError, kLine, &written, &ignored);
-  std::_Exit(kFatalExitStatus);
+  os::ExitNow(kFatalExitStatus);
 }
 
 }  // namespace tabrun

@@ -51,6 +51,7 @@ set(tabrun_os_sources
   src/os/directory_${tabrun_os_system}.cc
   src/os/file_${tabrun_os_system}.cc
   src/os/process_${tabrun_os_system}.cc
+  src/os/terminal_${tabrun_os_system}.cc
   ${read_ahead} ${cpus} ${bytes})
 if(WIN32)
   # What the Windows files share: UTF-8 and UTF-16 names, and the system's errors in words.

@@ -191,7 +191,8 @@ void HtmlReport::Add(const Cells& cells) {
     const std::optional<double>& value = cells.best[k];
     if (value && (!best_[k].value || *value < *best_[k].value)) best_[k] = {value, cells.log};
   }
-  if (status != RunStatus::kOk) AddFailure(cells);
+  // A run still running has not failed (yet).
+  if (status != RunStatus::kOk && status != RunStatus::kRunning) AddFailure(cells);
   ++rows_;
 }
 

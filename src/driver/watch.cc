@@ -104,6 +104,8 @@ class Watch {
 
  private:
   void Look(bool first);
+  // Puts *pending in the natural order of the logs' names (NaturalLess).
+  void NaturalOrder(std::vector<Pending>* pending) const;
   void Relist(Operand& operand, std::vector<WatchEvent>* events);
   std::vector<Pending> Changed(const std::vector<WatchState::Slot>& due);
   void Read(const std::vector<Pending>& pending, bool first, std::vector<WatchEvent>* events);
@@ -121,8 +123,6 @@ class Watch {
   std::vector<std::string> notes_;  // to be shown in the view
   // The live page's cells of each slot's log, for kHtml.
   std::vector<std::optional<HtmlReport::Cells>> cells_;
-  // The follow rows of the runs that had ended at the first look, by log name, for kCsv and kJson.
-  std::vector<std::pair<std::string, std::string>> first_rows_;
   std::vector<std::string> last_view_;
   os::TerminalSize size_;
   bool page_due_ = false;
@@ -249,12 +249,7 @@ void Watch::Read(const std::vector<Pending>& pending, bool first, std::vector<Wa
       cells_[read.slot] = std::move(log.extra);
     }
     if (!rows || (event != RunEvent::kFinished && event != RunEvent::kFailed)) return;
-    std::string text = options_.output == WatchOutput::kCsv ? CsvRow(log.row) : JsonRow(log.row);
-    if (first) {
-      first_rows_.emplace_back(log.row.log, std::move(text));
-    } else {
-      console_.Write(text);
-    }
+    console_.Write(options_.output == WatchOutput::kCsv ? CsvRow(log.row) : JsonRow(log.row));
   };
   ReadLogs(source, options_.jobs, stages, console_);
   page_due_ = true;
@@ -264,8 +259,31 @@ void Watch::Look(bool first) {
   std::vector<WatchEvent> events;
   for (Operand& operand : operands_) Relist(operand, &events);
   if (!events.empty()) page_due_ = true;
-  Read(Changed(state_.Due(Now())), first, &events);
+  std::vector<Pending> pending = Changed(state_.Due(Now()));
+  // The first rows come in natural order: the logs are read in that order, so that no row
+  // waits in memory for the others.
+  if (first && options_.output != WatchOutput::kView && options_.output != WatchOutput::kHtml) {
+    NaturalOrder(&pending);
+  }
+  Read(pending, first, &events);
   Show(events, first);
+}
+
+void Watch::NaturalOrder(std::vector<Pending>* pending) const {
+  std::vector<std::string> paths;
+  paths.reserve(pending->size());
+  for (const Pending& log : *pending) {
+    paths.push_back(PendingLogs::PathOf(operands_[log.operand], log.index));
+  }
+  std::vector<std::uint32_t> order(pending->size());
+  for (std::uint32_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(), [&paths](std::uint32_t a, std::uint32_t b) {
+    return NaturalLess(paths[a], paths[b]);
+  });
+  std::vector<Pending> sorted;
+  sorted.reserve(order.size());
+  for (const std::uint32_t i : order) sorted.push_back((*pending)[i]);
+  *pending = std::move(sorted);
 }
 
 WatchSummary Watch::Summary() {
@@ -313,13 +331,6 @@ void Watch::Show(const std::vector<WatchEvent>& events, bool first) {
       break;
     case WatchOutput::kCsv:
     case WatchOutput::kJson:
-      if (first) {
-        std::stable_sort(first_rows_.begin(), first_rows_.end(), [](const auto& a, const auto& b) {
-          return NaturalLess(a.first, b.first);
-        });
-        for (const auto& row : first_rows_) console_.Write(row.second);
-        first_rows_ = {};
-      }
       break;
     case WatchOutput::kHtml:
       if (page_due_ &&

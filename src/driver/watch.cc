@@ -9,6 +9,7 @@
 #include "driver/console.h"
 #include "driver/pipeline.h"
 #include "driver/watch_state.h"
+#include "os/change_feed.h"
 #include "os/directory.h"
 #include "os/file.h"
 #include "os/terminal.h"
@@ -39,6 +40,7 @@ struct Operand {
   NameList names;
   std::vector<WatchState::Slot> slots;  // of each name
   std::string problem;                  // why the last look found nothing, once said
+  int feed = -1;                        // its number in the change feed, when it has one
 };
 
 // A log to read this time.
@@ -104,6 +106,9 @@ class Watch {
 
  private:
   void Look(bool first);
+  // The logs to read that the change feed names, with the due ones; false when a full look is
+  // needed instead: changes were lost, a log is new or gone, or an operand has no feed.
+  bool Told(const std::vector<WatchState::Slot>& due, std::vector<Pending>* pending);
   // Puts *pending in the natural order of the logs' names (NaturalLess).
   void NaturalOrder(std::vector<Pending>* pending) const;
   void Relist(Operand& operand, std::vector<WatchEvent>* events);
@@ -127,6 +132,11 @@ class Watch {
   os::TerminalSize size_;
   bool page_due_ = false;
   SteadyClock::time_point page_written_;
+  // Where the system tells changes, a look between two full ones (every kFullLook) looks only
+  // at the logs it names and at the running logs that are due.
+  os::ChangeFeed feed_;
+  SteadyClock::time_point full_due_;
+  static constexpr std::chrono::seconds kFullLook{30};
 };
 
 void Watch::Note(Operand& operand, std::string problem) {
@@ -148,7 +158,8 @@ void Watch::Note(Operand& operand, std::string problem) {
 void Watch::Relist(Operand& operand, std::vector<WatchEvent>* events) {
   NameList fresh;
   std::string problem;
-  operand.directory = os::IsDirectory(operand.path);
+  // A directory that is gone stays one: its logs are gone with it, and it is looked for.
+  operand.directory = operand.directory || os::IsDirectory(operand.path);
   if (operand.directory) {
     if (!ListLogNames(operand.path, &fresh, &problem)) {
       problem = "cannot read the directory: " + problem;
@@ -257,9 +268,21 @@ void Watch::Read(const std::vector<Pending>& pending, bool first, std::vector<Wa
 
 void Watch::Look(bool first) {
   std::vector<WatchEvent> events;
-  for (Operand& operand : operands_) Relist(operand, &events);
+  const std::vector<WatchState::Slot> due = state_.Due(Now());
+  std::vector<Pending> pending;
+  if (first || SteadyClock::now() >= full_due_ || !Told(due, &pending)) {
+    feed_.Take([](int, std::string_view) {});  // this look sees everything
+    for (Operand& operand : operands_) {
+      // Told of first, then listed, so that no change falls between the two; again at each full
+      // look, since a directory that went and came back is another one.
+      operand.feed = feed_.Watch(operand.path);
+      Relist(operand, &events);
+      if (!operand.directory || !operand.problem.empty()) operand.feed = -1;
+    }
+    pending = Changed(due);
+    full_due_ = SteadyClock::now() + kFullLook;
+  }
   if (!events.empty()) page_due_ = true;
-  std::vector<Pending> pending = Changed(state_.Due(Now()));
   // The first rows come in natural order: the logs are read in that order, so that no row
   // waits in memory for the others.
   if (first && options_.output != WatchOutput::kView && options_.output != WatchOutput::kHtml) {
@@ -267,6 +290,68 @@ void Watch::Look(bool first) {
   }
   Read(pending, first, &events);
   Show(events, first);
+}
+
+bool Watch::Told(const std::vector<WatchState::Slot>& due, std::vector<Pending>* pending) {
+  std::vector<std::pair<std::uint32_t, std::string>> named;
+  for (std::uint32_t o = 0; o < operands_.size(); ++o) {
+    const Operand& operand = operands_[o];
+    if (operand.directory && operand.feed < 0) return false;
+    if (!operand.directory) {
+      if (operand.names.size() == 0) return false;  // a missing file PATH: is it back?
+      named.emplace_back(o, operand.path);
+    }
+  }
+  const bool whole = feed_.Take([&](int feed, std::string_view name) {
+    for (std::uint32_t o = 0; o < operands_.size(); ++o) {
+      if (operands_[o].directory && operands_[o].feed == feed) named.emplace_back(o, name);
+    }
+  });
+  if (!whole) return false;
+  // The due logs are looked for among all: they are few.
+  for (const WatchState::Slot slot : due) {
+    for (std::uint32_t o = 0; o < operands_.size(); ++o) {
+      const auto& slots = operands_[o].slots;
+      const auto at = std::find(slots.begin(), slots.end(), slot);
+      if (at != slots.end()) {
+        named.emplace_back(
+            o, std::string(operands_[o].names[static_cast<std::size_t>(at - slots.begin())]));
+      }
+    }
+  }
+  std::sort(named.begin(), named.end());
+  named.erase(std::unique(named.begin(), named.end()), named.end());
+  for (const auto& [o, name] : named) {
+    const Operand& operand = operands_[o];
+    if (operand.directory && !MatchesLogPattern(name, os::PatternCase())) continue;
+    // The names are sorted byte by byte, as ListLogNames sorts them.
+    std::size_t low = 0;
+    std::size_t high = operand.names.size();
+    while (low < high) {
+      const std::size_t middle = (low + high) / 2;
+      if (operand.names[middle] < name) {
+        low = middle + 1;
+      } else {
+        high = middle;
+      }
+    }
+    if (low == operand.names.size() || operand.names[low] != name) return false;  // a new log
+    std::string error;
+    os::FileStatus status;
+    const std::string path = operand.directory ? PendingLogs::PathOf(operand, low) : name;
+    if (os::DescribeAt(os::kWorkingDirectory, path, &status, &error) != os::OpenResult::kOpened) {
+      return false;  // gone, or not what it was
+    }
+    const FileStamp stamp{status.size, status.modified.value_or(0), status.identity};
+    const WatchState::Slot slot = operand.slots[low];
+    if (state_.NeedsRead(slot, stamp) || std::find(due.begin(), due.end(), slot) != due.end()) {
+      pending->push_back({o, static_cast<std::uint32_t>(low), slot, stamp});
+    }
+  }
+  std::sort(pending->begin(), pending->end(), [](const Pending& a, const Pending& b) {
+    return a.operand != b.operand ? a.operand < b.operand : a.index < b.index;
+  });
+  return true;
 }
 
 void Watch::NaturalOrder(std::vector<Pending>* pending) const {

@@ -1,7 +1,7 @@
 // Change notification: the names in watched directories that were created, written, moved or
-// deleted (not those whose times alone were set), as the system tells them, where it does (inotify on Linux). It only lets a watch look
-// sooner and at less; the watch stays correct without it, since network file systems tell
-// nothing of changes made on other machines.
+// deleted (not those whose times alone were set), as the system tells them, where it does
+// (inotify on Linux). It only lets a watch look sooner and at less; the watch stays correct
+// without it, since network file systems tell nothing of changes made on other machines.
 
 #ifndef TABRUN_OS_CHANGE_FEED_H_
 #define TABRUN_OS_CHANGE_FEED_H_

@@ -47,11 +47,20 @@ int main() {
   return memrchr(b, 0, 1) != memmem(b, 2, b, 1);
 }")
 
+tabrun_choose(change_feed src/os/change_feed_none.cc src/os/change_feed_linux.cc
+  "#include <sys/inotify.h>
+#include <sys/vfs.h>
+int main() {
+  struct statfs fs;
+  return inotify_init1(IN_NONBLOCK) + statfs(\".\", &fs);
+}")
+
 set(tabrun_os_sources
   src/os/directory_${tabrun_os_system}.cc
   src/os/file_${tabrun_os_system}.cc
   src/os/process_${tabrun_os_system}.cc
-  ${read_ahead} ${cpus} ${bytes})
+  src/os/terminal_${tabrun_os_system}.cc
+  ${read_ahead} ${cpus} ${bytes} ${change_feed})
 if(WIN32)
   # What the Windows files share: UTF-8 and UTF-16 names, and the system's errors in words.
   list(APPEND tabrun_os_sources src/os/text_win32.cc)

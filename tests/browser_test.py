@@ -3,7 +3,8 @@ on a batch with every status, hostile names and hostile log ends: it loads from 
 a console error or a request, its header counts and filters agree with the rows of tabrun --csv,
 it sorts, shows tails and names chart points, exports the rows as --csv writes them, and runs
 nothing hostile; on figures at the ends of the doubles its axes and bins hold; at 300,000 rows
-its orders are right. Saves report_test.png (Chromium) and report_test_firefox.png in OUT_DIR.
+its orders are right; a live page of --watch reloads keeping its view and marks running runs
+apart. Saves report_test.png (Chromium) and report_test_firefox.png in OUT_DIR.
 
 Usage: /usr/bin/python3 tests/browser_test.py TABRUN OUT_DIR [chromium|firefox]
 Exits 77 (skipped) at the first browser missing (by default both are tried), unless
@@ -13,6 +14,7 @@ import io
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -334,6 +336,71 @@ def report_of(tabrun, scratch, name, make):
     return "file://" + report, html_status, rows.returncode, rows.stdout.decode("utf-8", "replace")
 
 
+def check_live(driver, tabrun, scratch):
+    """The live page of --html --watch: it reloads itself as the runs go on and comes back with
+    the same view, the selected run and the scroll; a running run is counted and marked apart,
+    not as a failure; when the watch ends, the page stops reloading."""
+    batch = os.path.join(scratch, "live")
+    os.makedirs(batch)
+    for i in range(1, 60):
+        with open(os.path.join(batch, f"T{i}K.log"), "wb") as f:
+            f.write(ordinary(b"t", b" => Chi2: %d Rp: 1\n" % i))
+    with open(os.path.join(batch, "dies.log"), "wb") as f:
+        f.write(ordinary(b"d", end=False) + b" => Abnormal end of run: singular matrix\n")
+    with open(os.path.join(batch, "runs.log"), "wb") as f:
+        f.write(ordinary(b"r", end=False, cpu=None) + b" cycle 1\n")
+    page = os.path.join(scratch, "live.html")
+    watch = subprocess.Popen([tabrun, "--html", "--watch", "--output", page, "--running-for",
+                              "600", batch])
+    try:
+        end = time.monotonic() + 30
+        while not os.path.exists(page) and time.monotonic() < end:
+            time.sleep(0.1)
+        open_page(driver, "file://" + page + "#q=T")
+        live = driver.execute_script("return document.getElementById('live').textContent")
+        check(re.fullmatch(r"live, updated \d\d:\d\d:\d\d", live), f"the live line: {live}")
+        running = driver.execute_script("""
+            const b = document.querySelector('#counts button[data-status="running"]');
+            return [b && b.textContent, document.querySelector('#failed').textContent
+              .includes('runs.log'), [...document.querySelectorAll('td.run')].length];""")
+        check(running[0].startswith("running 1") and not running[1],
+              f"a running run is counted apart, not failed: {running}")
+        driver.execute_script("document.querySelector('#rows tbody tr button').click();"
+                              "window.scrollTo(0, 400); window.stayed = 1;")
+        chosen, scrolled = driver.execute_script(
+            "return [document.getElementById('detail-title').textContent, scrollY]")
+        with open(os.path.join(batch, "runs.log"), "ab") as f:
+            f.write(b" Normal end\n CPU Time: 3 s\n")
+        end = time.monotonic() + 20
+        while time.monotonic() < end:
+            time.sleep(0.2)
+            try:
+                if driver.execute_script("return !window.stayed && "
+                                         "document.documentElement.dataset.ready === '1' && "
+                                         "document.querySelector('#counts button"
+                                         "[data-status=running] b').textContent === '0'"):
+                    break
+            except Exception:  # the page is being reloaded
+                pass
+        after = driver.execute_script("""return [location.hash, scrollY,
+            document.getElementById('detail-title').textContent,
+            document.getElementById('detail').hidden, document.getElementById('q').value];""")
+        check(after[0] == "#q=T" and abs(after[1] - scrolled) < 2 and after[2] == chosen
+              and not after[3] and after[4] == "T",
+              f"the view after a reload: {after}, {chosen} and {scrolled} before")
+        check(not problems(driver), f"the live page: {problems(driver)}")
+    finally:
+        watch.send_signal(signal.SIGINT)
+        status = watch.wait(timeout=30)
+    check(status == 0, f"the watch ends with {status}")
+    open_page(driver, "file://" + page)
+    driver.execute_script("window.stayed = 1;")
+    time.sleep(3)
+    check(driver.execute_script("return window.stayed === 1 && !document.getElementById('live')"),
+          "the page of an ended watch does not reload")
+    print(f"browser test in {driver.browser}: the live page reloads, keeps its view, runs apart")
+
+
 def main():
     tabrun, out_dir = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
     examples = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "examples", "batch")
@@ -350,6 +417,7 @@ def main():
                 check_page(driver, page, os.path.join(scratch, "batch"), csv_text, out_dir)
                 check_extremes(driver, extremes)
                 check_many(driver, many[0], many[3])
+                check_live(driver, tabrun, scratch)
             finally:
                 stop_browser(driver)
     finally:

@@ -226,6 +226,7 @@ void DescribeFailure(LogText& log, RunScan* scan) {
         break;
       case RunStatus::kOk:
       case RunStatus::kUnreadable:
+      case RunStatus::kRunning:
         break;
     }
   }
@@ -272,6 +273,8 @@ void Summarise(LogText& log, bool figures, RunScan* scan) {
     }
     return;
   }
+  scan->cpu_record_open =
+      figures && log.NextRecord(cpu->at) == log.size() && log.EndsInsideRecord();
   if (!ReadCpu(cpu->record, figures, scan)) {
     scan->status = RunStatus::kBadCpuValue;
     return;

@@ -13,7 +13,8 @@
 namespace tabrun {
 
 // How a run ended, as its row says. The scan makes the first five; kUnreadable is made where a
-// log cannot be read. The values are the report page's codes: a new status goes at the end.
+// log cannot be read, and kRunning by a watch alone. The values are the report page's codes: a
+// new status goes at the end.
 enum class RunStatus : std::uint8_t {
   kOk,             // the run ended normally and states its CPU time
   kNoCpu,          // it ended normally, but no "CPU Time:" follows
@@ -21,7 +22,8 @@ enum class RunStatus : std::uint8_t {
   kNoControlFile,  // neither the ordinary nor the annealing control file line was found
   kBadCpuValue,    // the text after "CPU Time:" holds no number
   kUnreadable,     // the log could not be opened or read
-  kLast = kUnreadable,
+  kRunning,        // a watch saw it change lately, and it has not reached an outcome yet
+  kLast = kRunning,
 };
 
 // kNone when no control file line was found, or the log could not be read.
@@ -83,6 +85,9 @@ struct RunScan {
   std::optional<double> cpu_seconds;
   // For kBadCpuValue: the rest of the CPU record after its last marker, up to column 256.
   std::string cpu_value_text;
+  // For kOk and kBadCpuValue, with ScanWants::rows: the CPU record is the log's last and no line
+  // feed ends it, so that its value may still be being written.
+  bool cpu_record_open = false;
   // For kOk: the first result record of the summary's search and the text that follows its
   // label, cut at column 256.
   ResultLabel result_label = ResultLabel::kNone;

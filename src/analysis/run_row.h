@@ -50,10 +50,14 @@ struct RunRow {
   // (LogText::modified).
   std::optional<std::uint64_t> bytes;
   std::optional<std::int64_t> modified;
+  // Set by a watch alone: the log was read, has not reached an outcome and changed lately.
+  bool running = false;
 
-  // The row's status: kUnreadable when the log could not be read, the scan's otherwise.
+  // The row's status: kUnreadable when the log could not be read, kRunning when `running`, the
+  // scan's otherwise.
   RunStatus status() const {
-    return problem == ReadProblem::kNone ? scan.status : RunStatus::kUnreadable;
+    if (problem != ReadProblem::kNone) return RunStatus::kUnreadable;
+    return running ? RunStatus::kRunning : scan.status;
   }
 };
 
@@ -63,6 +67,12 @@ struct RunRow {
 // "a1.2.3.log" 3. It is read as a double: "run10000000000000001.log" gives 1e+16. None when the
 // name holds no digit, or its last number is too large for a double.
 std::optional<double> NameNumber(std::string_view log);
+
+// True when the log name `a` comes before `b` in natural order, the order of the report page's
+// table: each number that NameNumber would read in a name counts by its value and as a '0'
+// against any other byte, the rest byte by byte, so that "T5K" < "T10K" and "T12.25K" <
+// "T12.5K"; names whose numbers are equal but written apart ("T05", "T5") by their bytes.
+bool NaturalLess(std::string_view a, std::string_view b);
 
 // Reads logs into rows, one at a time, through one LogText and the directory it last opened:
 // each thread that reads keeps one. Reading a log again gives its row as the log stands then.

@@ -9,7 +9,7 @@
 namespace tabrun {
 namespace {
 
-enum class Option { kCsv, kJson, kHtml, kJobs, kHelp, kVersion };
+enum class Option { kCsv, kJson, kHtml, kJobs, kHelp, kVersion, kWatch, kRunningFor, kOutput };
 
 struct LongOption {
   std::string_view name;  // without "--"
@@ -19,9 +19,11 @@ struct LongOption {
 
 // An ambiguous abbreviation lists its possibilities in this order.
 constexpr LongOption kLongOptions[] = {
-    {"csv", Option::kCsv, false},   {"json", Option::kJson, false},
-    {"html", Option::kHtml, false}, {"jobs", Option::kJobs, true},
-    {"help", Option::kHelp, false}, {"version", Option::kVersion, false},
+    {"csv", Option::kCsv, false},      {"json", Option::kJson, false},
+    {"html", Option::kHtml, false},    {"jobs", Option::kJobs, true},
+    {"help", Option::kHelp, false},    {"version", Option::kVersion, false},
+    {"watch", Option::kWatch, false},  {"running-for", Option::kRunningFor, true},
+    {"output", Option::kOutput, true},
 };
 
 // What the options read so far ask for.
@@ -32,10 +34,22 @@ struct Asked {
   std::string_view mode_option;  // the option that chose `mode`
   std::string conflict;          // the first two different modes, said as an error
   int jobs = 0;
+  bool watch = false;
+  int running_for = 0;  // 0 when not given
+  std::optional<std::string> output;
 };
 
+CommandLine Only(Command command) {
+  CommandLine line;
+  line.command = command;
+  return line;
+}
+
 CommandLine UsageError(std::string error, std::string hint = {}) {
-  return {Command::kUsageError, {}, 0, std::move(error), std::move(hint)};
+  CommandLine line = Only(Command::kUsageError);
+  line.error = std::move(error);
+  line.hint = std::move(hint);
+  return line;
 }
 
 // The number of jobs `text` gives, or 0 when it is not a number from 1 to kMaxJobs.
@@ -60,6 +74,19 @@ std::string Take(Option option, std::string_view argument, Asked* asked) {
       if (asked->jobs != 0) return {};
       return "invalid number of jobs: '" + std::string(argument) + "' (1 to " +
              std::to_string(kMaxJobs) + ")";
+    case Option::kWatch:
+      asked->watch = true;
+      return {};
+    case Option::kRunningFor: {
+      const std::optional<int> seconds = WholeInteger<int>(argument);
+      asked->running_for = seconds && *seconds >= 1 && *seconds <= kMaxRunningFor ? *seconds : 0;
+      if (asked->running_for != 0) return {};
+      return "invalid number of seconds: '" + std::string(argument) + "' (1 to " +
+             std::to_string(kMaxRunningFor) + ")";
+    }
+    case Option::kOutput:
+      asked->output = argument;
+      return {};
     case Option::kCsv:
       mode = Command::kCsv, name = "--csv";
       break;
@@ -136,6 +163,26 @@ std::string ReadShort(const std::vector<std::string>& args, size_t* i, Asked* as
   return {};
 }
 
+// What is wrong with the watch's options as asked, or an empty text.
+std::string WatchError(const Asked& asked) {
+  const bool html = asked.mode == Command::kHtml;
+  if (asked.running_for != 0 && !asked.watch) {
+    return "option '--running-for' can only be used with '--watch'";
+  }
+  if (asked.output && !(html && asked.watch)) {
+    if (asked.mode == Command::kRun || html) {
+      return "option '--output' can only be used with '--html' and '--watch'";
+    }
+    return "options '" + std::string(asked.mode_option) +
+           "' and '--output' cannot be used together";
+  }
+  if (html && asked.watch && !asked.output) {
+    return "options '--html' and '--watch' need '--output FILE'";
+  }
+  if (asked.output && asked.output->empty()) return "option '--output' needs a file name";
+  return {};
+}
+
 // `path` as one word for a POSIX shell, as ExtraOperandHint says.
 std::string PosixWord(std::string_view path) {
   const std::string_view first = path.substr(0, path.find('/'));
@@ -200,11 +247,16 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSynt
     }
     if (!error.empty()) return UsageError(std::move(error));
   }
-  if (asked.help) return {Command::kHelp, {}, 0, {}, {}};
-  if (asked.version) return {Command::kVersion, {}, 0, {}, {}};
+  if (asked.help) return Only(Command::kHelp);
+  if (asked.version) return Only(Command::kVersion);
   if (!asked.conflict.empty()) return UsageError(std::move(asked.conflict));
+  if (std::string error = WatchError(asked); !error.empty()) return UsageError(std::move(error));
   CommandLine line;
   line.jobs = asked.jobs;
+  line.watch = asked.watch && asked.mode != Command::kRun;
+  if (asked.running_for != 0) line.running_for = asked.running_for;
+  line.output = asked.output.value_or("");
+  if (asked.watch && asked.mode == Command::kRun) asked.mode = Command::kWatch;
   if (asked.mode == Command::kRun) {
     if (operands.empty()) return line;
     const std::string& operand = operands.front();
@@ -221,6 +273,9 @@ std::string HelpText() {
          "       tabrun --csv [-j N] [PATH]...\n"
          "       tabrun --json [-j N] [PATH]...\n"
          "       tabrun --html [-j N] [PATH]... > report.html\n"
+         "       tabrun --watch [--running-for SECONDS] [-j N] [PATH]...\n"
+         "       tabrun --watch --csv|--json [--running-for SECONDS] [-j N] [PATH]...\n"
+         "       tabrun --watch --html --output FILE [-j N] [PATH]...\n"
          "\n"
          "Without operands, in a directory that holds the *.log files of a batch of\n"
          "refinement runs: lists them into list_log (with \"ls -l *.log > list_log\"),\n"
@@ -239,6 +294,14 @@ std::string HelpText() {
          "table to sort and filter, and the last lines of every failed log. Any file name\n"
          "and any number of logs work.\n"
          "\n"
+         "With --watch: follows a batch that is still running, until Ctrl-C. Alone, a view\n"
+         "redrawn in the terminal (one line per change when standard output is not one):\n"
+         "counts by status with running runs apart, runs finished, the best figures and\n"
+         "the newest failures. With --csv or --json, one row per run as it reaches its\n"
+         "outcome; with --html, the page in FILE, rewritten as runs change and reloading\n"
+         "itself. A log without an outcome yet that changed in the last SECONDS (default\n"
+         "120) is running.\n"
+         "\n"
          "Options:\n"
          "  --csv          one CSV row per log, after a header row\n"
          "  --json         one JSON object per log and line (JSON Lines)\n"
@@ -246,12 +309,17 @@ std::string HelpText() {
          "  -j, --jobs=N   read at most N logs at once (default 64, 1 to 1024): one per\n"
          "                 CPU at first, more while the reads wait on a network file\n"
          "                 system; the output is the same for every N\n"
+         "  --watch        follow the batch as its runs go on\n"
+         "  --running-for=SECONDS\n"
+         "                 how long a log without an outcome counts as running after its\n"
+         "                 last change (default 120)\n"
+         "  --output=FILE  with --html --watch: the page's file, rewritten atomically\n"
          "  -h, --help     print this help and exit\n"
          "  --version      print the version and exit\n"
          "\n"
-         "Exit status: 0 when every log was read; 1 after a fatal I/O error, or in the\n"
-         "direct modes when a log could not be read or had a CPU value that is not a\n"
-         "number; 2 for a usage error.\n";
+         "Exit status: 0 when every log was read, and for a watch ended by Ctrl-C; 1 after\n"
+         "a fatal I/O error, or in the direct modes when a log could not be read or had a\n"
+         "CPU value that is not a number; 2 for a usage error.\n";
 }
 
 std::string VersionText() { return std::string("tabrun ") + TABRUN_VERSION + "\n"; }

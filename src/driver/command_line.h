@@ -16,6 +16,7 @@ enum class Command {
   kCsv,         // --csv [PATH]...: one CSV row per log on standard output
   kJson,        // --json [PATH]...: one JSON object per log on standard output
   kHtml,        // --html [PATH]...: one HTML page for all the logs on standard output
+  kWatch,       // --watch [PATH]...: the batch followed live in the terminal
   kHelp,        // -h or --help
   kVersion,     // --version
   kUsageError,  // anything else
@@ -28,15 +29,25 @@ inline constexpr int kMaxJobs = 1024;
 // enough to spare a server that others share.
 inline constexpr int kDefaultJobs = 64;
 
+// How long a log that has not reached an outcome counts as running after its last change,
+// unless --running-for says otherwise, and the most --running-for takes.
+inline constexpr int kDefaultRunningFor = 120;
+inline constexpr int kMaxRunningFor = 1'000'000'000;
+
 struct CommandLine {
   Command command = Command::kRun;
-  std::vector<std::string> paths;  // for kCsv, kJson and kHtml; "." when none is given
+  std::vector<std::string> paths;  // for kCsv, kJson, kHtml and kWatch; "." when none is given
   int jobs = 0;                    // -j N or --jobs=N, from 1 to kMaxJobs; 0 when not given
   // For kUsageError: what is wrong, without "tabrun: ".
   std::string error;
   // For kUsageError: a line, without "tabrun: ", that says what to type instead, to be written
   // as it is (ExtraOperandHint's); may be empty.
   std::string hint;
+  // --watch with --csv, --json or --html (kWatch is --watch alone): the rows or the page
+  // follow the batch until the program is stopped.
+  bool watch = false;
+  int running_for = kDefaultRunningFor;  // --running-for SECONDS, with --watch only
+  std::string output;                    // --output FILE, with --html --watch only (and needed)
 };
 
 // Reads the arguments that follow the program's name, UTF-8 strings, the way GNU tools read
@@ -47,9 +58,10 @@ struct CommandLine {
 // nothing), "--" ends the options, a long option may be cut to any unique start, short options
 // may be grouped, and -j takes its number joined or as the next argument. The first wrong
 // option ends the reading. -h, --help or --version anywhere wins over everything else but an
-// option error. Paths are taken only with --csv, --json or --html; one of them may be given any
-// number of times, but not two different ones. An operand without one of them is an error
-// whose hint is ExtraOperandHint's for `shell`.
+// option error. Paths are taken only with --csv, --json, --html or --watch; one of the first
+// three may be given any number of times, but not two different ones. An operand without one of
+// them is an error whose hint is ExtraOperandHint's for `shell`. --running-for needs --watch;
+// --output needs --html and --watch, which need it in turn.
 CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSyntax shell);
 
 // What to type in `shell` to read the logs of the directory `operand`, given without --csv, as

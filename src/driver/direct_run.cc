@@ -114,7 +114,7 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
         console.Write(JsonRow(log.row));
         break;
       case RowFormat::kHtml:
-        report->Add(log.row, log.extra);
+        report->Add(log.extra);
         break;
     }
   };

@@ -7,6 +7,7 @@
 #include "driver/console.h"
 #include "driver/direct_run.h"
 #include "driver/run.h"
+#include "driver/watch.h"
 #include "os/file.h"
 #include "os/process.h"
 #include "recio/fatal.h"
@@ -32,6 +33,11 @@ int UsageError(const tabrun::CommandLine& command_line) {
   return tabrun::kUsageExitStatus;
 }
 
+// The watch that `line` asks for, in the output `output`.
+int Watch(const tabrun::CommandLine& line, tabrun::WatchOutput output, int jobs) {
+  return tabrun::RunWatch({output, line.paths, jobs, line.running_for, line.output});
+}
+
 int Run(int argc, char** argv) {
   tabrun::os::OpenStandardHandles();
   const tabrun::CommandLine line =
@@ -44,11 +50,16 @@ int Run(int argc, char** argv) {
       tabrun::os::IgnoreBrokenPipe();
       return tabrun::RunBatch(jobs);
     case tabrun::Command::kCsv:
+      if (line.watch) return Watch(line, tabrun::WatchOutput::kCsv, jobs);
       return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths, jobs);
     case tabrun::Command::kJson:
+      if (line.watch) return Watch(line, tabrun::WatchOutput::kJson, jobs);
       return tabrun::RunDirect(tabrun::RowFormat::kJson, line.paths, jobs);
     case tabrun::Command::kHtml:
+      if (line.watch) return Watch(line, tabrun::WatchOutput::kHtml, jobs);
       return tabrun::RunDirect(tabrun::RowFormat::kHtml, line.paths, jobs);
+    case tabrun::Command::kWatch:
+      return Watch(line, tabrun::WatchOutput::kView, jobs);
     case tabrun::Command::kHelp:
       return Print(tabrun::HelpText());
     case tabrun::Command::kVersion:

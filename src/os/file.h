@@ -69,6 +69,13 @@ struct FileStatus {
 // it cannot.
 bool Describe(int file, FileStatus* status, std::string* error);
 
+// Describes the file `path` in the open directory `directory` (as OpenForReading takes them)
+// into *status, following symbolic links, with one metadata lookup where the system has one (it
+// is not opened then). kMissing when nothing of that name exists, kFailed with the system's
+// reason in *error when it cannot be described.
+OpenResult DescribeAt(int directory, const std::string& path, FileStatus* status,
+                      std::string* error);
+
 // The system's text for the reason that a directory cannot be read as a file
 // ("Is a directory").
 std::string IsDirectoryText();
@@ -102,6 +109,14 @@ bool CloseFile(int file, std::string* error = nullptr);
 // umask leaves of read and write for all, and returns its handle; kNoFile with the system's
 // reason in *error when it cannot. The handle is not inherited by the listing command.
 int CreateFile(const std::string& path, std::string* error);
+
+// Puts the file `from` in the place of `to`, which it replaces when it exists, in one step: a
+// reader that opens `to` meanwhile finds the old file or the new one, whole. Both are in the same
+// directory. False with the system's reason in *error when it cannot.
+bool ReplaceFile(const std::string& from, const std::string& to, std::string* error);
+
+// Removes the file `path`; false when it cannot, which the caller may ignore.
+bool RemoveFile(const std::string& path);
 
 // Writes all of `bytes` to `file`, taking up interrupted and partial writes, and puts the
 // number of bytes written in *written. Returns false with the system's reason in *error when

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -69,6 +70,29 @@ bool Describe(int file, FileStatus* status, std::string* error) {
   return true;
 }
 
+OpenResult DescribeAt(int directory, const std::string& path, FileStatus* status,
+                      std::string* error) {
+  struct stat st;
+  if (path.find('\0') != std::string::npos) {
+    *error = std::strerror(ENOENT);
+    return OpenResult::kMissing;
+  }
+  if (fstatat(SystemDirectory(directory), path.c_str(), &st, 0) != 0) {
+    const int code = errno;
+    *error = std::strerror(code);
+    return code == ENOENT || code == ENOTDIR || code == ELOOP ? OpenResult::kMissing
+                                                              : OpenResult::kFailed;
+  }
+  status->kind = S_ISREG(st.st_mode)    ? FileKind::kRegular
+                 : S_ISDIR(st.st_mode)  ? FileKind::kDirectory
+                 : S_ISFIFO(st.st_mode) ? FileKind::kPipe
+                                        : FileKind::kOther;
+  status->size = static_cast<std::uint64_t>(st.st_size);
+  status->identity = {static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)};
+  status->modified = static_cast<std::int64_t>(st.st_mtime);
+  return OpenResult::kOpened;
+}
+
 std::string IsDirectoryText() { return std::strerror(EISDIR); }
 
 std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offset) {
@@ -119,6 +143,14 @@ int CreateFile(const std::string& path, std::string* error) {
   if (file < 0) *error = std::strerror(errno);
   return file;
 }
+
+bool ReplaceFile(const std::string& from, const std::string& to, std::string* error) {
+  if (rename(from.c_str(), to.c_str()) == 0) return true;
+  *error = std::strerror(errno);
+  return false;
+}
+
+bool RemoveFile(const std::string& path) { return unlink(path.c_str()) == 0; }
 
 bool WriteAll(int file, std::string_view bytes, std::size_t* written, std::string* error) {
   *written = 0;

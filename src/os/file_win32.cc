@@ -94,6 +94,17 @@ bool Describe(int file, FileStatus* status, std::string* error) {
   return true;
 }
 
+OpenResult DescribeAt(int directory, const std::string& path, FileStatus* status,
+                      std::string* error) {
+  // Windows says what a handle is; a name is opened for that, which shares everything.
+  int file = kNoFile;
+  const OpenResult opened = OpenForReading(directory, path, &file, error);
+  if (opened != OpenResult::kOpened) return opened;
+  const bool described = Describe(file, status, error);
+  CloseFile(file);
+  return described ? OpenResult::kOpened : OpenResult::kFailed;
+}
+
 std::string IsDirectoryText() { return win32::ErrorText(ERROR_INVALID_FUNCTION); }
 
 std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offset) {
@@ -182,6 +193,26 @@ int CreateFile(const std::string& path, std::string* error) {
     return kNoFile;
   }
   return Wrap(handle, _O_WRONLY, error);
+}
+
+bool ReplaceFile(const std::string& from, const std::string& to, std::string* error) {
+  std::wstring wide_from;
+  std::wstring wide_to;
+  if (!win32::Wide(from, &wide_from) || !win32::Wide(to, &wide_to)) {
+    *error = win32::ErrorText(ERROR_INVALID_NAME);
+    return false;
+  }
+  if (MoveFileExW(win32::ApiPath(wide_from).c_str(), win32::ApiPath(wide_to).c_str(),
+                  MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+    return true;
+  }
+  *error = win32::ErrorText(GetLastError());
+  return false;
+}
+
+bool RemoveFile(const std::string& path) {
+  std::wstring wide;
+  return win32::Wide(path, &wide) && DeleteFileW(win32::ApiPath(wide).c_str());
 }
 
 bool WriteAll(int file, std::string_view bytes, std::size_t* written, std::string* error) {

@@ -6,8 +6,10 @@
 #define TABRUN_OS_TEXT_WIN32_H_
 
 #include <windows.h>
-// windows.h makes CreateFile a macro, which would rename the layer's own CreateFile (file.h).
+// windows.h makes CreateFile and ReplaceFile macros, which would rename the layer's own
+// functions of those names (file.h).
 #undef CreateFile
+#undef ReplaceFile
 
 #include <string>
 #include <string_view>

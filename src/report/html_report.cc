@@ -23,15 +23,10 @@ constexpr std::size_t ColumnIndex(std::string_view name) {
 }
 constexpr std::size_t kKindColumn = ColumnIndex("kind");
 constexpr std::size_t kStatusColumn = ColumnIndex("status");
+static_assert(kStatusColumn == 2, "HtmlReport::Cells::status reads the third cell");
 
 // The figures whose best run the header names, the first one that any row has.
 constexpr const char* kBestNames[] = {"chi2", "rf2", "cpu_seconds"};
-std::optional<double> BestField(const RunRow& row, std::size_t k) {
-  if (row.problem != ReadProblem::kNone) return {};
-  const RunScan& scan = row.scan;
-  return k == 0 ? scan.figures.chi2 : k == 1 ? scan.figures.rf2 : scan.cpu_seconds;
-}
-
 // The chart and the table; the page's script fills them and shows them.
 constexpr std::string_view kViews = R"(<main>
 <noscript><p>The chart and the table of all runs need scripts; the failed runs below do not.</p>
@@ -124,21 +119,22 @@ std::array<PackedText, kColumns> PackedColumns(std::index_sequence<Column...>) {
                                                    : PackedText::Kind::kText)...};
 }
 
-template <std::size_t N>
-std::string JsonList(const char* const (&names)[N]) {
+// The first `count` of `names` as a JSON array.
+std::string JsonList(const char* const* names, std::size_t count) {
   std::string json = "[";
-  for (const char* name : names) {
+  for (std::size_t i = 0; i < count; ++i) {
     if (json.size() > 1) json.push_back(',');
-    AppendJsonString(name, &json);
+    AppendJsonString(names[i], &json);
   }
   return json + "]";
 }
 
 }  // namespace
 
-HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
+HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at, bool live)
     : paths_(std::move(paths)),
       made_at_(made_at),
+      live_(live),
       columns_(PackedColumns(std::make_index_sequence<kColumns>())) {
   for (std::size_t i = 0; i < kColumns; ++i) {
     if (ColumnType(i) == kText) columns_[i].Append("[");
@@ -173,28 +169,39 @@ HtmlReport::Cells HtmlReport::Encode(const RunRow& row) {
     ++i;
   });
   encoded.start[kColumns] = static_cast<std::uint32_t>(text.size());
+  encoded.log = row.log;
+  if (row.status() != RunStatus::kOk) encoded.reason = ReasonText(row);
+  if (row.problem == ReadProblem::kNone) {
+    encoded.best = {row.scan.figures.chi2, row.scan.figures.rf2, row.scan.cpu_seconds};
+  }
   return encoded;
 }
 
-void HtmlReport::Add(const RunRow& row, const Cells& cells) {
+void HtmlReport::Add(const Cells& cells) {
   const std::string_view text = cells.text;
   for (std::size_t i = 0; i < kColumns; ++i) {
     // The first row's cells have no comma before them.
     const std::uint32_t from = cells.start[i] + (rows_ == 0 && ColumnType(i) != kCode ? 1 : 0);
     columns_[i].Append(text.substr(from, cells.start[i + 1] - from));
   }
-  const char status = text[cells.start[kStatusColumn]];
+  const RunStatus status = cells.status();
   ++counts_[static_cast<std::size_t>(status)];
-  if (const std::optional<double> cpu = BestField(row, 2)) cpu_total_ += *cpu;
+  if (cells.best[2]) cpu_total_ += *cells.best[2];
   for (std::size_t k = 0; k < best_.size(); ++k) {
-    const std::optional<double> value = BestField(row, k);
-    if (value && (!best_[k].value || *value < *best_[k].value)) best_[k] = {value, row.log};
+    const std::optional<double>& value = cells.best[k];
+    if (value && (!best_[k].value || *value < *best_[k].value)) best_[k] = {value, cells.log};
   }
-  if (status != 0) AddFailure(row, cells);
+  // A run still running has not failed (yet).
+  if (status != RunStatus::kOk && status != RunStatus::kRunning) AddFailure(cells);
   ++rows_;
 }
 
-void HtmlReport::AddFailure(const RunRow& row, const Cells& cells) {
+std::size_t HtmlReport::Statuses() const {
+  const std::size_t running = static_cast<std::size_t>(RunStatus::kRunning);
+  return live_ || counts_[running] != 0 ? counts_.size() : running;
+}
+
+void HtmlReport::AddFailure(const Cells& cells) {
   const bool listed = ++failures_ <= kListedFailures;
   // The tail as the page holds it: HTML text in a listed failure, a JSON string otherwise;
   // none is made once the budget is spent.
@@ -212,9 +219,9 @@ void HtmlReport::AddFailure(const RunRow& row, const Cells& cells) {
     any_tail_ = true;
   }
   if (!listed) return;
-  listed_ += std::string("<details><summary><b>") + StatusName(row.status()) + "</b> <code>" +
-             Html(row.log) + "</code>";
-  if (const std::string reason = ReasonText(row); !reason.empty()) listed_ += ": " + Html(reason);
+  listed_ += std::string("<details><summary><b>") + StatusName(cells.status()) + "</b> <code>" +
+             Html(cells.log) + "</code>";
+  if (!cells.reason.empty()) listed_ += ": " + Html(cells.reason);
   listed_ += "</summary>";
   // The parser drops a line feed right after <pre>: with one written first, a tail that
   // starts with an empty record keeps it.
@@ -231,8 +238,17 @@ std::string HtmlReport::Header() const {
   if (paths_.size() > kNamedPaths)
     html += " and " + std::to_string(paths_.size() - kNamedPaths) + " more";
   html += ", made " + TimeText(made_at_) + " by tabrun " TABRUN_VERSION ".</p>\n";
+  if (live_) {
+    // The script says the time in the reader's own zone; without it, UTC stands.
+    const CivilTime t = CivilTimeOf(made_at_);
+    char clock[16];
+    std::snprintf(clock, sizeof clock, "%02d:%02d:%02d", t.hour, t.minute, t.second);
+    html += "<p id=\"live\" data-at=\"" + std::to_string(made_at_) + "\" data-reload=\"" +
+            std::to_string(kReloadSeconds) + "\">live, updated <time>" + clock +
+            "</time> UTC</p>\n";
+  }
   html += "<p id=\"counts\">" + Grouped(rows_) + (rows_ == 1 ? " log:" : " logs:");
-  for (std::size_t s = 0; s < counts_.size(); ++s) {
+  for (std::size_t s = 0; s < Statuses(); ++s) {
     // A status no run has filters nothing in: its button cannot be pressed.
     html += std::string(" <button type=\"button\"") + (counts_[s] == 0 ? " disabled" : "") +
             " data-status=\"" + kStatusNames[s] + "\">" + kStatusNames[s] + " <b>" +
@@ -279,7 +295,8 @@ void HtmlReport::WriteData(const PageSink& sink) {
     AppendJsonString(kColumnNames[i], &head);
     head += std::string(",\"type\":\"") + kTypeNames[ColumnType(i)] + "\"";
     if (i == kKindColumn || i == kStatusColumn) {
-      head += ",\"values\":" + (i == kKindColumn ? JsonList(kKindNames) : JsonList(kStatusNames));
+      head += ",\"values\":" + (i == kKindColumn ? JsonList(kKindNames, std::size(kKindNames))
+                                                 : JsonList(kStatusNames, Statuses()));
     }
     if (ColumnType(i) == kText) columns_[i].Append("]");
     sink(head + ",\"data\":\"");

@@ -37,27 +37,37 @@ class HtmlReport {
   static constexpr std::uint64_t kTailBudget = 3'000'000;
 
   // `paths` are the PATH operands as given; `made_at` is when the report was made, in seconds
-  // since the epoch (UTC).
-  HtmlReport(std::vector<std::string> paths, std::int64_t made_at);
+  // since the epoch (UTC). A `live` page is one that a watch rewrites: it says when it was
+  // updated, reloads itself every kReloadSeconds and counts running runs even when there are
+  // none. Any other page names the running status only when a run has it.
+  HtmlReport(std::vector<std::string> paths, std::int64_t made_at, bool live = false);
+
+  // How often a live page reloads itself.
+  static constexpr int kReloadSeconds = 2;
 
   // The cells of `row` as the page's columns carry them: one byte of code for the kind and the
   // status (the value of its enum), a comma and JSON text for the others; cell i is
   // text[start[i], start[i + 1]). And the end of its log: row.scan.tail, which the scan of a
-  // failed log makes with ScanWants::tail_records = kTailRecords.
+  // failed log makes with ScanWants::tail_records = kTailRecords. And what the header and the
+  // list of failed runs say of it, so that a row can be added from its cells alone.
   struct Cells {
     std::string text;
     std::array<std::uint32_t, kColumns + 1> start{};
     std::string tail;       // the records joined by line feeds
     std::string tail_json;  // the same as a JSON string, empty when there is no tail
+    std::string log;        // RunRow::log
+    std::string reason;     // of a run that is not ok: ReasonText
+    std::array<std::optional<double>, 3> best;  // chi2, rf2 and cpu_seconds
+    RunStatus status() const { return static_cast<RunStatus>(text[start[2]]); }
     bool has_tail() const { return !tail_json.empty(); }
   };
   // It depends on nothing else, so that the threads that read the logs can make the cells and
   // spare the one that writes.
   static Cells Encode(const RunRow& row);
 
-  // Adds the row of the next log, with its cells as Encode makes them; rows come in the order
-  // the page lists them, from one thread. REQUIRES: WritePage has not been called.
-  void Add(const RunRow& row, const Cells& cells);
+  // Adds the row of the next log, as Encode makes its cells; rows come in the order the page
+  // lists them, from one thread. REQUIRES: WritePage has not been called.
+  void Add(const Cells& cells);
 
   // Writes the whole page to `sink`, in pieces. REQUIRES: called once, after the last Add.
   void WritePage(const PageSink& sink);
@@ -69,13 +79,16 @@ class HtmlReport {
     std::string log;
   };
 
-  void AddFailure(const RunRow& row, const Cells& cells);
+  void AddFailure(const Cells& cells);
+  // How many statuses the page names: all of them when live or a run is running.
+  std::size_t Statuses() const;
   std::string Header() const;
   std::string FailedRuns() const;
   void WriteData(const PageSink& sink);
 
   const std::vector<std::string> paths_;
   const std::int64_t made_at_;
+  const bool live_;
   std::uint64_t rows_ = 0;
   std::array<std::uint64_t, std::size(kStatusNames)> counts_{};
   double cpu_total_ = 0;

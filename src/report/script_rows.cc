@@ -67,6 +67,7 @@ std::string ErrorText(const RunRow& row) {
 
 std::string ReasonText(const RunRow& row) {
   if (row.problem != ReadProblem::kNone) return ErrorText(row);
+  if (row.running) return {};
   const FailureReason reason = row.scan.reason;
   switch (reason) {
     case FailureReason::kStatedInLog:

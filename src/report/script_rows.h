@@ -26,7 +26,7 @@ inline constexpr std::size_t kColumns = std::size(kColumnNames);
 
 // The name of each RunStatus and RunKind, in the order of their values.
 inline constexpr const char* kStatusNames[] = {
-    "ok", "no_cpu", "bad_end", "no_control_file", "bad_cpu_value", "unreadable"};
+    "ok", "no_cpu", "bad_end", "no_control_file", "bad_cpu_value", "unreadable", "running"};
 static_assert(std::size(kStatusNames) == static_cast<std::size_t>(RunStatus::kLast) + 1);
 inline constexpr const char* kKindNames[] = {"", "ordinary", "annealing"};
 static_assert(std::size(kKindNames) == static_cast<std::size_t>(RunKind::kAnnealing) + 1);

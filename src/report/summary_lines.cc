@@ -109,6 +109,7 @@ RunLines LinesOfRun(const RunScan& scan, const FixedText& log_name) {
       return ToBoth(kNoControlFile, log_name);
     case RunStatus::kBadCpuValue:
     case RunStatus::kUnreadable:
+    case RunStatus::kRunning:
       break;
   }
   return {};

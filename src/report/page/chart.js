@@ -24,8 +24,19 @@ const PageChart = ((Axes, Cells) => {
     ctx.fill();
   }
 
+  function diamond(ctx, x, y) {
+    ctx.beginPath();
+    ctx.moveTo(x, y - 5);
+    ctx.lineTo(x + 5, y);
+    ctx.lineTo(x, y + 5);
+    ctx.lineTo(x - 5, y);
+    ctx.closePath();
+    ctx.fill();
+  }
+
   // The kinds of mark on the bottom band, each with its colour and shape.
-  const BAND_MARKS = {failed: {colour: 'fail', shape: triangle}};
+  const BAND_MARKS = {failed: {colour: 'fail', shape: triangle},
+    running: {colour: 'run', shape: diamond}};
 
   function ring(ctx, x, y, r, colour, width) {
     ctx.strokeStyle = colour;
@@ -36,7 +47,7 @@ const PageChart = ((Axes, Cells) => {
   }
 
   // The colours of the page's style that the chart uses, by name.
-  const COLOURS = ['bg', 'fg', 'line', 'muted', 'accent', 'mark-line', 'fail', 'best'];
+  const COLOURS = ['bg', 'fg', 'line', 'muted', 'accent', 'mark-line', 'fail', 'best', 'run'];
   function colours() {
     const style = getComputedStyle(document.documentElement);
     return Object.fromEntries(COLOURS.map((name) => [name,

@@ -85,7 +85,12 @@
   // rank plot and histogram: the rows that have the figure (above 0 on a logarithmic axis),
   // best first, x their rank.
   function layerOf() {
-    const failed = (rows) => (k) => (data.col.status.data[rows[k]] !== 0 ? 'failed' : null);
+    // A running run is marked apart from a failed one.
+    const running = data.col.status.values.indexOf('running');
+    const failed = (rows) => (k) => {
+      const code = data.col.status.data[rows[k]];
+      return code === 0 ? null : code === running ? 'running' : 'failed';
+    };
     if (state.view === 'series') {
       const byName = state.x === 'num';
       const rows = byName ? orderOf('name_number', data.col.name_number.data, false) : shown;
@@ -106,6 +111,9 @@
   function marksOf() {
     const legend = [];
     if (state.view === 'series') legend.push(['\u25B2 failed run', 'fail']);
+    if (state.view === 'series' && statusNames.includes('running')) {
+      legend.push(['\u25C6 running', 'run']);
+    }
     legend.push(['\u25EF best', 'best']);
     if (selected >= 0) {
       legend.push([`\u25EF selected: ${data.col.log.data[selected]}`.slice(0, 60), 'fg']);
@@ -411,6 +419,39 @@
     chart = PageChart.create($('chart'), $('tip'));
   }
 
+  // ---- A live page, which a watch rewrites: it reloads itself and comes back as it was
+
+  const LIVE_KEY = 'tabrun-live-view';
+
+  // The local time of the last update; a reload on the clock, which keeps the fragment and,
+  // in the tab's session storage, the selected run, the open failures and the scroll.
+  function wireLive() {
+    const live = $('live');
+    if (!live) return;
+    const at = new Date(Number(live.dataset.at) * 1000);
+    live.textContent = `live, updated ${at.toLocaleTimeString('en-GB', {hour12: false})}`;
+    setTimeout(() => {
+      const open = [...document.querySelectorAll('#failed details[open] code')];
+      sessionStorage.setItem(LIVE_KEY, JSON.stringify({
+        selected: selected >= 0 ? data.col.log.data[selected] : null,
+        open: open.map((code) => code.textContent), x: scrollX, y: scrollY}));
+      location.reload();
+    }, Number(live.dataset.reload) * 1000);
+  }
+
+  // The selected run, the open failures and the scroll as they were before the last reload.
+  function restoreLive() {
+    const kept = JSON.parse(sessionStorage.getItem(LIVE_KEY) || 'null');
+    sessionStorage.removeItem(LIVE_KEY);
+    if (!kept) return;
+    for (const code of document.querySelectorAll('#failed details code')) {
+      if (kept.open.includes(code.textContent)) code.closest('details').open = true;
+    }
+    const row = kept.selected === null ? -1 : data.col.log.data.indexOf(kept.selected);
+    if (row >= 0) select(row, true);
+    scrollTo(kept.x, kept.y);
+  }
+
   async function main() {
     document.documentElement.classList.add('js');
     data = await PageData.load($('data').textContent);
@@ -423,6 +464,8 @@
     wireKeys($('chart'));
     wireWindow();
     refilter();
+    restoreLive();
+    wireLive();
     document.documentElement.dataset.ready = '1';
     performance.mark('data-ready');
   }

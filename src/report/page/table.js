@@ -26,7 +26,7 @@ const PageTable = ((Cells) => {
     const values = figures.map(([name, v]) => `${name} ${Cells.numberText(v)}`);
     if (values.length) note += ` ${values.join(', ')}.`;
     if (tail !== null) note += ' The last records of its log:';
-    else if (status !== 'ok' && status !== 'unreadable') {
+    else if (status !== 'ok' && status !== 'unreadable' && status !== 'running') {
       note += leftOut ? ' The end of its log is left out of this page.' : ' Its log is empty.';
     }
     return note;
@@ -137,7 +137,10 @@ const PageTable = ((Cells) => {
         td.textContent = text;
       }
       if (c.type === 'text') td.title = text;
-      if (c.name === 'status') td.classList.toggle('fail', text !== 'ok');
+      if (c.name === 'status') {
+        td.classList.toggle('fail', text !== 'ok' && text !== 'running');
+        td.classList.toggle('run', text === 'running');
+      }
       td.classList.toggle('best', row === best && c.name === figure);
       td.classList.toggle('keep', kept(c));
     });

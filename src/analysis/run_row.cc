@@ -2,35 +2,19 @@
 
 #include <cmath>
 
+#include "analysis/natural_order.h"
 #include "os/directory.h"
-#include "recio/number.h"
 
 namespace tabrun {
 
 std::optional<double> NameNumber(std::string_view log) {
   const std::string_view name = log.substr(log.rfind('/') + 1);  // npos + 1 is 0
-  const auto digit = [&name](std::size_t i) {
-    return i < name.size() && name[i] >= '0' && name[i] <= '9';
-  };
-  const auto digits_end = [&digit](std::size_t i) {
-    while (digit(i)) ++i;
-    return i;
-  };
-  std::optional<double> number;
-  for (std::size_t i = 0; i < name.size();) {
-    if (!digit(i)) {
-      ++i;
-      continue;
-    }
-    std::size_t end = digits_end(i);
-    if (digit(end + 1) && name[end] == '.') end = digits_end(end + 1);
-    double value = 0;
-    const bool read =
-        ReadReal(name.substr(i, end - i), &value) == RealReadResult::kValue && std::isfinite(value);
-    number = read ? std::optional<double>(value) : std::nullopt;
-    i = end;
+  std::optional<double> last;
+  NumberInText number;
+  for (std::size_t at = 0; NextNumber(name, at, &number); at = number.end) {
+    last = std::isfinite(number.value) ? std::optional<double>(number.value) : std::nullopt;
   }
-  return number;
+  return last;
 }
 
 RowReader::~RowReader() {

@@ -9,7 +9,7 @@
 namespace tabrun {
 namespace {
 
-enum class Option { kCsv, kJson, kHtml, kJobs, kHelp, kVersion };
+enum class Option { kCsv, kJson, kHtml, kCompare, kJobs, kHelp, kVersion };
 
 struct LongOption {
   std::string_view name;  // without "--"
@@ -19,15 +19,17 @@ struct LongOption {
 
 // An ambiguous abbreviation lists its possibilities in this order.
 constexpr LongOption kLongOptions[] = {
-    {"csv", Option::kCsv, false},   {"json", Option::kJson, false},
-    {"html", Option::kHtml, false}, {"jobs", Option::kJobs, true},
-    {"help", Option::kHelp, false}, {"version", Option::kVersion, false},
+    {"csv", Option::kCsv, false},         {"json", Option::kJson, false},
+    {"html", Option::kHtml, false},       {"compare", Option::kCompare, false},
+    {"jobs", Option::kJobs, true},        {"help", Option::kHelp, false},
+    {"version", Option::kVersion, false},
 };
 
 // What the options read so far ask for.
 struct Asked {
   bool help = false;
   bool version = false;
+  bool compare = false;
   Command mode = Command::kRun;
   std::string_view mode_option;  // the option that chose `mode`
   std::string conflict;          // the first two different modes, said as an error
@@ -35,7 +37,7 @@ struct Asked {
 };
 
 CommandLine UsageError(std::string error, std::string hint = {}) {
-  return {Command::kUsageError, {}, 0, std::move(error), std::move(hint)};
+  return {Command::kUsageError, {}, 0, std::move(error), std::move(hint), false};
 }
 
 // The number of jobs `text` gives, or 0 when it is not a number from 1 to kMaxJobs.
@@ -54,6 +56,9 @@ std::string Take(Option option, std::string_view argument, Asked* asked) {
       return {};
     case Option::kVersion:
       asked->version = true;
+      return {};
+    case Option::kCompare:
+      asked->compare = true;
       return {};
     case Option::kJobs:
       asked->jobs = JobsOf(argument);
@@ -200,15 +205,27 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSynt
     }
     if (!error.empty()) return UsageError(std::move(error));
   }
-  if (asked.help) return {Command::kHelp, {}, 0, {}, {}};
-  if (asked.version) return {Command::kVersion, {}, 0, {}, {}};
+  if (asked.help) return {Command::kHelp, {}, 0, {}, {}, false};
+  if (asked.version) return {Command::kVersion, {}, 0, {}, {}, false};
   if (!asked.conflict.empty()) return UsageError(std::move(asked.conflict));
   CommandLine line;
   line.jobs = asked.jobs;
-  if (asked.mode == Command::kRun) {
+  if (asked.mode == Command::kRun && !asked.compare) {
     if (operands.empty()) return line;
     const std::string& operand = operands.front();
     return UsageError("extra operand '" + operand + "'", ExtraOperandHint(operand, shell));
+  }
+  if (asked.compare) {
+    // Two batches, in this order; a third operand is one too many.
+    if (asked.mode == Command::kRun) {
+      return UsageError(
+          "option '--compare' needs '--csv', '--json' or '--html' to say what to write");
+    }
+    if (operands.size() < 2) {
+      return UsageError("option '--compare' needs two operands, BEFORE and AFTER");
+    }
+    if (operands.size() > 2) return UsageError("extra operand '" + operands[2] + "'");
+    line.compare = true;
   }
   if (operands.empty()) operands.emplace_back(".");
   line.command = asked.mode;
@@ -221,6 +238,7 @@ std::string HelpText() {
          "       tabrun --csv [-j N] [PATH]...\n"
          "       tabrun --json [-j N] [PATH]...\n"
          "       tabrun --html [-j N] [PATH]... > report.html\n"
+         "       tabrun --compare --csv|--json|--html [-j N] BEFORE AFTER\n"
          "\n"
          "Without operands, in a directory that holds the *.log files of a batch of\n"
          "refinement runs: lists them into list_log (with \"ls -l *.log > list_log\"),\n"
@@ -239,10 +257,20 @@ std::string HelpText() {
          "table to sort and filter, and the last lines of every failed log. Any file name\n"
          "and any number of logs work.\n"
          "\n"
+         "With --compare and one of them: reads the logs of BEFORE and of AFTER (each a\n"
+         "directory or a file PATH), pairs the runs by the log's name within its PATH and\n"
+         "writes one row per name, in natural order: log, side (both, before, after),\n"
+         "status_before, status_after, name_number, then for cpu_seconds, chi2, rp, rwp,\n"
+         "rexp, rf2, rf2w and rf each FIGURE_before, FIGURE_after, FIGURE_change (after -\n"
+         "before) and FIGURE_relative (the change / |before|). --html writes one page with\n"
+         "both batches on a chart, the change per run, the counts of better and worse\n"
+         "runs and a table.\n"
+         "\n"
          "Options:\n"
          "  --csv          one CSV row per log, after a header row\n"
          "  --json         one JSON object per log and line (JSON Lines)\n"
          "  --html         one self-contained HTML page\n"
+         "  --compare      two batches side by side: BEFORE AFTER\n"
          "  -j, --jobs=N   read N logs at a time (default: the CPUs tabrun may use;\n"
          "                 more pay off on a network file system); output is the same\n"
          "  -h, --help     print this help and exit\n"

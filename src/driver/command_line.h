@@ -34,6 +34,8 @@ struct CommandLine {
   // For kUsageError: a line, without "tabrun: ", that says what to type instead, to be written
   // as it is (ExtraOperandHint's); may be empty.
   std::string hint;
+  // --compare, with kCsv, kJson or kHtml: `paths` are BEFORE and AFTER.
+  bool compare = false;
 };
 
 // Reads the arguments that follow the program's name, UTF-8 strings, the way GNU tools read
@@ -46,7 +48,8 @@ struct CommandLine {
 // option ends the reading. -h, --help or --version anywhere wins over everything else but an
 // option error. Paths are taken only with --csv, --json or --html; one of them may be given any
 // number of times, but not two different ones. An operand without one of them is an error
-// whose hint is ExtraOperandHint's for `shell`.
+// whose hint is ExtraOperandHint's for `shell`. --compare takes one of them and exactly two
+// paths; it is an error without one, with fewer paths, and with more ("extra operand").
 CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSyntax shell);
 
 // What to type in `shell` to read the logs of the directory `operand`, given without --csv, as

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "driver/command_line.h"
+#include "driver/compare_run.h"
 #include "driver/console.h"
 #include "driver/direct_run.h"
 #include "driver/run.h"
@@ -46,11 +47,15 @@ int main(int argc, char** argv) {
       tabrun::os::IgnoreBrokenPipe();
       return tabrun::RunBatch(jobs);
     case tabrun::Command::kCsv:
-      return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths, jobs);
     case tabrun::Command::kJson:
-      return tabrun::RunDirect(tabrun::RowFormat::kJson, line.paths, jobs);
-    case tabrun::Command::kHtml:
-      return tabrun::RunDirect(tabrun::RowFormat::kHtml, line.paths, jobs);
+    case tabrun::Command::kHtml: {
+      const tabrun::RowFormat format =
+          line.command == tabrun::Command::kCsv    ? tabrun::RowFormat::kCsv
+          : line.command == tabrun::Command::kJson ? tabrun::RowFormat::kJson
+                                                   : tabrun::RowFormat::kHtml;
+      if (line.compare) return tabrun::RunCompare(format, line.paths[0], line.paths[1], jobs);
+      return tabrun::RunDirect(format, line.paths, jobs);
+    }
     case tabrun::Command::kHelp:
       return Print(tabrun::HelpText());
     case tabrun::Command::kVersion:

@@ -6,9 +6,8 @@
 #include <string_view>
 #include <utility>
 
-#include "recio/civil_time.h"
 #include "report/escape.h"
-#include "report/page_assets.h"
+#include "report/page_frame.h"
 
 namespace tabrun {
 namespace {
@@ -69,80 +68,24 @@ dragging zooms to a range"></canvas>
 </section>
 )";
 
-std::string Fixed(double value, int decimals) {
-  char text[400];  // the largest double has 309 digits before the point
-  const auto result =
-      std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
-  return std::string(text, result.ptr);
-}
-
-// A count with a comma between groups of three digits, as "200,000".
-std::string Grouped(std::uint64_t count) {
-  std::string digits = std::to_string(count);
-  for (std::size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
-  return digits;
-}
-
-std::string Html(std::string_view text) {
-  std::string html;
-  AppendHtmlText(text, &html);
-  return html;
-}
-
-std::string TimeText(std::int64_t seconds) {
-  const CivilTime t = CivilTimeOf(seconds);
-  // Beyond the years a C struct tm holds, the time is said in seconds, as it always was.
-  if (t.year - 1900 < std::numeric_limits<int>::min() ||
-      t.year - 1900 > std::numeric_limits<int>::max()) {
-    return std::to_string(seconds) + " s after 1970-01-01 00:00:00 UTC";
-  }
-  char text[64];
-  std::snprintf(text, sizeof text, "%lld-%02d-%02d %02d:%02d:%02d UTC",
-                static_cast<long long>(t.year), t.month, t.day, t.hour, t.minute, t.second);
-  return text;
-}
-
-// How a column is carried: a byte of code per row, numbers as text between commas (empty for
-// none), or a JSON array of strings.
-enum Type { kCode, kNumber, kText };
-Type ColumnType(std::size_t column) {
-  static const auto kTypes = [] {
-    std::array<Type, kColumns> types;
-    std::size_t i = 0;
-    ForEachCell(RunRow(), [&](std::string_view, bool number) {
-      types[i] = i == kKindColumn || i == kStatusColumn ? kCode : number ? kNumber : kText;
-      ++i;
-    });
-    return types;
-  }();
-  return kTypes[column];
-}
-
-template <std::size_t... Column>
-std::array<PackedText, kColumns> PackedColumns(std::index_sequence<Column...>) {
-  return {PackedText(ColumnType(Column) == kNumber ? PackedText::Kind::kFigures
-                                                   : PackedText::Kind::kText)...};
-}
-
-template <std::size_t N>
-std::string JsonList(const char* const (&names)[N]) {
-  std::string json = "[";
-  for (const char* name : names) {
-    if (json.size() > 1) json.push_back(',');
-    AppendJsonString(name, &json);
-  }
-  return json + "]";
+// How each column is carried: a byte of code for the kind and the status, numbers as numbers,
+// the rest as text.
+std::vector<PackedColumns::Column> Columns() {
+  using Type = PackedColumns::Type;
+  std::vector<PackedColumns::Column> columns;
+  ForEachCell(RunRow(), [&](std::string_view, bool number) {
+    columns.push_back({kColumnNames[columns.size()], number ? Type::kNumber : Type::kText, {}});
+  });
+  columns[kKindColumn] = {"kind", Type::kCode, {std::begin(kKindNames), std::end(kKindNames)}};
+  columns[kStatusColumn] = {
+      "status", Type::kCode, {std::begin(kStatusNames), std::end(kStatusNames)}};
+  return columns;
 }
 
 }  // namespace
 
 HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
-    : paths_(std::move(paths)),
-      made_at_(made_at),
-      columns_(PackedColumns(std::make_index_sequence<kColumns>())) {
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    if (ColumnType(i) == kText) columns_[i].Append("[");
-  }
+    : paths_(std::move(paths)), made_at_(made_at), columns_(Columns()) {
   tails_.Append("[");
 }
 
@@ -153,44 +96,33 @@ HtmlReport::Cells HtmlReport::Encode(const RunRow& row) {
     encoded.tail.append(i == 0 ? "" : "\n").append(tail[i]);
   }
   if (!tail.empty()) AppendJsonString(encoded.tail, &encoded.tail_json);
-  std::string& text = encoded.text;
   std::size_t i = 0;
   ForEachCell(row, [&](std::string_view cell, bool number) {
-    encoded.start[i] = static_cast<std::uint32_t>(text.size());
     if (i == kStatusColumn) {
-      text.push_back(static_cast<char>(row.status()));
+      encoded.cells.Code(static_cast<std::uint8_t>(row.status()));
     } else if (i == kKindColumn) {
-      text.push_back(
-          static_cast<char>(row.problem == ReadProblem::kNone ? row.scan.kind : RunKind::kNone));
+      encoded.cells.Code(static_cast<std::uint8_t>(
+          row.problem == ReadProblem::kNone ? row.scan.kind : RunKind::kNone));
+    } else if (number) {
+      encoded.cells.Number(cell);
     } else {
-      text.push_back(',');
-      if (number) {
-        text.append(cell);
-      } else {
-        AppendJsonString(cell, &text);
-      }
+      encoded.cells.Text(cell);
     }
     ++i;
   });
-  encoded.start[kColumns] = static_cast<std::uint32_t>(text.size());
   return encoded;
 }
 
 void HtmlReport::Add(const RunRow& row, const Cells& cells) {
-  const std::string_view text = cells.text;
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    // The first row's cells have no comma before them.
-    const std::uint32_t from = cells.start[i] + (rows_ == 0 && ColumnType(i) != kCode ? 1 : 0);
-    columns_[i].Append(text.substr(from, cells.start[i + 1] - from));
-  }
-  const char status = text[cells.start[kStatusColumn]];
+  columns_.Add(cells.cells);
+  const RunStatus status = row.status();
   ++counts_[static_cast<std::size_t>(status)];
   if (const std::optional<double> cpu = BestField(row, 2)) cpu_total_ += *cpu;
   for (std::size_t k = 0; k < best_.size(); ++k) {
     const std::optional<double> value = BestField(row, k);
     if (value && (!best_[k].value || *value < *best_[k].value)) best_[k] = {value, row.log};
   }
-  if (status != 0) AddFailure(row, cells);
+  if (status != RunStatus::kOk) AddFailure(row, cells);
   ++rows_;
 }
 
@@ -200,7 +132,7 @@ void HtmlReport::AddFailure(const RunRow& row, const Cells& cells) {
   // none is made once the budget is spent.
   const bool wanted = cells.has_tail() && tails_left_out_ == 0;
   std::string text;
-  if (wanted) text = listed ? Html(cells.tail) : cells.tail_json;
+  if (wanted) text = listed ? HtmlText(cells.tail) : cells.tail_json;
   const bool kept = wanted && tail_bytes_ + text.size() <= kTailBudget;
   if (kept) tail_bytes_ += text.size();
   if (cells.has_tail() && !kept) {
@@ -213,8 +145,9 @@ void HtmlReport::AddFailure(const RunRow& row, const Cells& cells) {
   }
   if (!listed) return;
   listed_ += std::string("<details><summary><b>") + StatusName(row.status()) + "</b> <code>" +
-             Html(row.log) + "</code>";
-  if (const std::string reason = ReasonText(row); !reason.empty()) listed_ += ": " + Html(reason);
+             HtmlText(row.log) + "</code>";
+  if (const std::string reason = ReasonText(row); !reason.empty())
+    listed_ += ": " + HtmlText(reason);
   listed_ += "</summary>";
   // The parser drops a line feed right after <pre>: with one written first, a tail that
   // starts with an empty record keeps it.
@@ -226,11 +159,11 @@ void HtmlReport::AddFailure(const RunRow& row, const Cells& cells) {
 std::string HtmlReport::Header() const {
   std::string html = "<header>\n<h1>tabrun report</h1>\n<p>Batch";
   for (std::size_t i = 0; i < paths_.size() && i < kNamedPaths; ++i) {
-    html += " <code>" + Html(paths_[i]) + "</code>";
+    html += " <code>" + HtmlText(paths_[i]) + "</code>";
   }
   if (paths_.size() > kNamedPaths)
     html += " and " + std::to_string(paths_.size() - kNamedPaths) + " more";
-  html += ", made " + TimeText(made_at_) + " by tabrun " TABRUN_VERSION ".</p>\n";
+  html += ", made " + MadeText(made_at_) + " by tabrun " TABRUN_VERSION ".</p>\n";
   html += "<p id=\"counts\">" + Grouped(rows_) + (rows_ == 1 ? " log:" : " logs:");
   for (std::size_t s = 0; s < counts_.size(); ++s) {
     // A status no run has filters nothing in: its button cannot be pressed.
@@ -248,7 +181,7 @@ std::string HtmlReport::Header() const {
     html += "No run has a chi2, rf2 or cpu_seconds.";
   } else {
     html += "Best " + std::string(kBestNames[k]) + " " + NumberText(*best_[k].value) + ": <code>" +
-            Html(best_[k].log) + "</code>.";
+            HtmlText(best_[k].log) + "</code>.";
   }
   return html + "</p>\n</header>\n";
 }
@@ -271,45 +204,22 @@ std::string HtmlReport::FailedRuns() const {
 }
 
 void HtmlReport::WriteData(const PageSink& sink) {
-  constexpr const char* kTypeNames[] = {"code", "number", "text"};
-  sink("<script type=\"application/json\" id=\"data\">{\"rows\":" + std::to_string(rows_) +
-       ",\"columns\":[");
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    std::string head = i == 0 ? "{\"name\":" : ",{\"name\":";
-    AppendJsonString(kColumnNames[i], &head);
-    head += std::string(",\"type\":\"") + kTypeNames[ColumnType(i)] + "\"";
-    if (i == kKindColumn || i == kStatusColumn) {
-      head += ",\"values\":" + (i == kKindColumn ? JsonList(kKindNames) : JsonList(kStatusNames));
-    }
-    if (ColumnType(i) == kText) columns_[i].Append("]");
-    sink(head + ",\"data\":\"");
-    columns_[i].WriteBase64(sink);
-    sink("\"}");
-  }
-  sink("],\"tails\":\"");
+  sink("<script type=\"application/json\" id=\"data\">{");
+  columns_.Write(sink);
+  sink(",\"tails\":\"");
   tails_.Append("]");
   tails_.WriteBase64(sink);
   sink("\"}</script>\n");
 }
 
 void HtmlReport::WritePage(const PageSink& sink) {
-  std::string title = paths_.empty() ? "" : ": " + Html(paths_[0]);
+  std::string title = paths_.empty() ? "" : ": " + HtmlText(paths_[0]);
   if (paths_.size() > 1) title += " and more";
-  sink(std::string("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n") +
-       // The page runs its own script and applies its own style, and loads nothing at all.
-       "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; " +
-       "script-src 'sha256-" + std::string(kPageScriptSha256) + "'; style-src 'sha256-" +
-       std::string(kPageStyleSha256) + "'; base-uri 'none'; form-action 'none'\">\n" +
-       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n" +
-       "<title>tabrun report" + title + "</title>\n<style>");
-  sink(kPageStyle);
-  sink("</style>\n</head>\n<body>\n" + Header());
+  sink(PageHead("tabrun report" + title) + Header());
   sink(kViews);
   sink(FailedRuns());
   WriteData(sink);
-  sink("<script>");
-  sink(kPageScript);
-  sink("</script>\n</body>\n</html>\n");
+  WritePageEnd(sink);
 }
 
 }  // namespace tabrun

@@ -374,6 +374,9 @@ const PageChart = ((Axes, Cells) => {
     ctx.fillRect(0, 0, width, height);
     const f = frameOf(scene, width, height);
     drawAxes(ctx, c, scene, f);
+    // The legend in words too, for a screen reader.
+    canvas.setAttribute('aria-description',
+      `Legend: ${scene.legend.map(([text]) => text).join('; ')}`);
     if (scene.view === 'hist') return {...drawHistogram(ctx, c, scene, f), frame: f};
     drawLines(ctx, c, scene, f);
     const marks = [];

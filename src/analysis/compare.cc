@@ -12,21 +12,27 @@ namespace {
 
 // The runs of `batch` in natural order of their names, with their keys.
 struct Sorted {
-  std::vector<std::string> keys;  // by run
+  NameList keys;  // by run, end to end: a batch of 200,000 takes no block of the heap per key
   std::vector<std::uint32_t> order;
 };
 
 Sorted SortedRuns(const BatchRuns& batch) {
   Sorted sorted;
-  sorted.keys.reserve(batch.size());
+  std::string key;
   for (std::size_t run = 0; run < batch.size(); ++run) {
-    sorted.keys.push_back(NaturalKey(batch.name(run)));
+    key.clear();
+    AppendNaturalKey(batch.name(run), &key);
+    sorted.keys.Add(key);
   }
   sorted.order.resize(batch.size());
   std::iota(sorted.order.begin(), sorted.order.end(), 0);
-  std::sort(sorted.order.begin(), sorted.order.end(), [&](std::uint32_t a, std::uint32_t b) {
+  const auto less = [&](std::uint32_t a, std::uint32_t b) {
     return NaturalLess(sorted.keys[a], batch.name(a), sorted.keys[b], batch.name(b));
-  });
+  };
+  // A directory's names come sorted by their bytes, which is often their natural order too.
+  if (!std::is_sorted(sorted.order.begin(), sorted.order.end(), less)) {
+    std::sort(sorted.order.begin(), sorted.order.end(), less);
+  }
   return sorted;
 }
 

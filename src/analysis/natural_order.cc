@@ -34,18 +34,21 @@ bool NextNumber(std::string_view text, std::size_t from, NumberInText* number) {
 
 std::string NaturalKey(std::string_view name) {
   std::string key;
-  key.reserve(name.size() + 16);
+  AppendNaturalKey(name, &key);
+  return key;
+}
+
+void AppendNaturalKey(std::string_view name, std::string* key) {
   NumberInText number;
   std::size_t at = 0;
   while (NextNumber(name, at, &number)) {
-    key.append(name.substr(at, number.begin - at));
-    key.push_back('0');
+    key->append(name.substr(at, number.begin - at));
+    key->push_back('0');
     const auto bits = std::bit_cast<std::uint64_t>(number.value);
-    for (int shift = 56; shift >= 0; shift -= 8) key.push_back(static_cast<char>(bits >> shift));
+    for (int shift = 56; shift >= 0; shift -= 8) key->push_back(static_cast<char>(bits >> shift));
     at = number.end;
   }
-  key.append(name.substr(at));
-  return key;
+  key->append(name.substr(at));
 }
 
 }  // namespace tabrun

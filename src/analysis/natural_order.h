@@ -29,6 +29,8 @@ bool NextNumber(std::string_view text, std::size_t from, NumberInText* number);
 // value (T5K < T10K < T100K, T12.25K < T12.5K) and as a '0' against other text. Names that
 // write one number apart (T05K, T5K) have equal keys.
 std::string NaturalKey(std::string_view name);
+// The same, appended to *key.
+void AppendNaturalKey(std::string_view name, std::string* key);
 
 // Natural order, as the report page sorts log names: by key, then, between equal keys, by the
 // names' bytes. REQUIRES: each key is NaturalKey of its name.

@@ -124,8 +124,12 @@ std::string CsvLine(EachCell each_cell) {
   std::string line;
   line.reserve(kRowRoom);
   // Every field but the first follows a comma, however many before it are empty.
-  each_cell([&line](std::string_view text, bool) {
-    AppendCsvField(text, &line);
+  each_cell([&line](std::string_view text, bool number) {
+    if (number) {
+      line.append(text);  // digits, a sign, a point or an exponent: never quoted
+    } else {
+      AppendCsvField(text, &line);
+    }
     line.push_back(',');
   });
   line.back() = '\n';

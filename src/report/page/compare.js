@@ -18,7 +18,10 @@
   let defaults = {};
   let state = {};        // the view: PageHash.readHash's fields
   const changes = new Map();  // figure -> {change, relative}, made once
+  // name_number or a figure -> the rows by it (its relative change); a batch's rows by x
+  const orders = new Map();
   let classes = new Uint8Array(0);  // each row's PageChange class for the figure and threshold
+  let classesOf = '';               // the figure and threshold of `classes`
   let shown = new Uint32Array(0);   // the rows that pass the filters, in row order
   let isShown = new Uint8Array(0);
   let selected = -1;
@@ -36,6 +39,15 @@
     }
     return changes.get(figure);
   }
+  // The rows that have a key, by it, made once: by the number in the name, or by the relative
+  // change of a figure.
+  function orderOf(name) {
+    if (!orders.has(name)) {
+      orders.set(name, PageOrder.rowsByKey(name === 'name_number' ? data.col.name_number.data
+        : changeOf(name).relative));
+    }
+    return orders.get(name);
+  }
   const codeOf = (name, row) => data.col[name].values[data.col[name].data[row]];
   const percent = (v) => (Number.isNaN(v) ? '' : shortText(v * 100));
   // A change in 12 digits, so that 1.6 - 3.4 reads -1.8 in the table.
@@ -50,17 +62,21 @@
   function sideLayer([name, colour, line, shape, failedMark]) {
     const byName = state.x === 'num';
     const has = data.col.side.values.indexOf(name);
-    let rows = byName ? PageOrder.rowsByKey(data.col.name_number.data) : shown;
-    const side = data.col.side.data;
-    rows = onlyShown(rows).filter((r) => side[r] === 0 || side[r] === has);
+    const id = `${name} by ${byName ? 'name_number' : 'row'}`;
+    if (!orders.has(id)) {
+      const side = data.col.side.data;
+      const all = byName ? orderOf('name_number') : Uint32Array.from(side.keys());
+      orders.set(id, all.filter((r) => side[r] === 0 || side[r] === has));
+    }
+    const rows = onlyShown(orders.get(id));
     const figure = valuesOf(state.figure, name);
     const status = data.col[`status_${name}`].data;
     const [x, y] = [new Float64Array(rows.length), new Float64Array(rows.length)];
-    rows.forEach((r, k) => {
+    for (let k = 0; k < rows.length; k++) {
+      const [r, v] = [rows[k], figure[rows[k]]];
       x[k] = byName ? data.col.name_number.data[r] : r + 1;
-      const v = figure[r];
       y[k] = state.y !== 'log' ? v : v > 0 ? Math.log10(v) : NaN;
-    });
+    }
     return {rows, x, y, colour, line, shape,
       band: (k) => (status[rows[k]] !== 0 ? failedMark : null)};
   }
@@ -88,15 +104,24 @@
   // within the threshold and the worse ones, each a layer, x their rank.
   function changeScene() {
     const {relative} = changeOf(state.figure);
-    const rows = onlyShown(PageOrder.rowsByKey(relative));
-    const kinds = [[0, 'best'], [2, 'muted'], [1, 'fail']];  // better, unchanged, worse
+    const rows = onlyShown(orderOf(state.figure));
+    // Layers of the classes better, unchanged and worse (0, 2 and 1), drawn in that order.
+    const LAYER = [0, 2, 1];
+    const counts = new Uint32Array(3);
+    for (const r of rows) if (classes[r] <= 2) counts[LAYER[classes[r]]]++;
+    const layers = ['best', 'muted', 'fail'].map((colour, i) => ({colour, line: colour,
+      rows: new Uint32Array(counts[i]), x: new Float64Array(counts[i]),
+      y: new Float64Array(counts[i]), shape: 'square', band: () => null}));
+    const filled = new Uint32Array(3);
     let rank = 0;
-    const layers = kinds.map(([kind, colour]) => {
-      const mine = rows.filter((r) => classes[r] === kind);
-      const x = Float64Array.from(mine, () => ++rank);
-      const y = Float64Array.from(mine, (r) => relative[r] * 100);
-      return {rows: mine, x, y, colour, line: colour, shape: 'square', band: () => null};
-    });
+    for (const r of rows) {
+      if (classes[r] > 2) continue;
+      const layer = layers[LAYER[classes[r]]];
+      const k = filled[LAYER[classes[r]]]++;
+      layer.rows[k] = r;
+      layer.x[k] = ++rank;
+      layer.y[k] = relative[r] * 100;
+    }
     const t = state.threshold;
     return {view: 'rank', figure: `${state.figure} change, %`, log: false, zoom: null, layers,
       lines: [{y: 0, colour: 'fg'}, {y: t, colour: 'muted'}, {y: -t, colour: 'muted'}],
@@ -111,9 +136,9 @@
       const v = valuesOf(state.figure, side)[row];
       return Number.isNaN(v) ? 'none' : numberText(v);
     };
-    const statuses = ['before', 'after'].map((side) => codeOf(`status_${side}`, row))
-      .filter((s) => s !== 'ok').length ? `; status ${codeOf('status_before', row) || 'none'} ` +
-      `\u2192 ${codeOf('status_after', row) || 'none'}` : '';
+    const [before, after] = ['before', 'after'].map((side) => codeOf(`status_${side}`, row) ||
+      'none');
+    const statuses = before === 'ok' && after === 'ok' ? '' : `; status ${before} \u2192 ${after}`;
     const moved = Number.isNaN(change[row]) ? '' :
       `, change ${shortText(change[row])}${Number.isNaN(relative[row]) ? '' :
         ` (${percent(relative[row])} %)`}`;
@@ -186,7 +211,7 @@
     [diff.data, rel.data] = [change, relative];
   }
 
-  const logPlaces = [];
+  let logPlaces = null;  // made once
   // A number per row that sorts as the column's cells do, NaN for an empty cell.
   function sortKey(c) {
     if (c.type === 'number') return c.data;
@@ -194,8 +219,8 @@
       const place = PageOrder.textPlaces(c.values, false);
       return Float64Array.from(c.data, (code) => (c.values[code] === '' ? NaN : place[code]));
     }
-    if (!logPlaces.length) logPlaces.push(PageOrder.textPlaces(c.data, true));
-    return logPlaces[0];
+    if (!logPlaces) logPlaces = PageOrder.textPlaces(c.data, true);
+    return logPlaces;
   }
 
   // The shown rows in the table's order; empty cells last either way, ties in row order.
@@ -261,8 +286,11 @@
   // The classes for the figure and threshold, the rows that pass the filters, and all they show.
   function refilter() {
     fillTableCols();
-    classes = PageChange.classCodes(data.col.side, data.col.status_before, data.col.status_after,
-      changeOf(state.figure), state.threshold);
+    if (classesOf !== `${state.figure} ${state.threshold}`) {
+      classes = PageChange.classCodes(data.col.side, data.col.status_before,
+        data.col.status_after, changeOf(state.figure), state.threshold);
+      classesOf = `${state.figure} ${state.threshold}`;
+    }
     const codes = new Set(state.classes.map((c) => PageChange.CLASSES.indexOf(c)));
     const q = state.q.toLowerCase();
     if (q && !lowerNames) lowerNames = data.col.log.data.map((s) => s.toLowerCase());

@@ -106,7 +106,7 @@ Change ChangeOf(std::optional<double> before, std::optional<double> after) {
   if (!std::isfinite(change)) return {};
   Change out{change, {}};
   if (*before != 0) {
-    const double relative = change / std::fabs(*before) + 0.0;
+    const double relative = change / std::fabs(*before);
     if (std::isfinite(relative)) out.relative = relative;
   } else if (change == 0) {
     out.relative = 0.0;

@@ -19,7 +19,7 @@ const PageChange = (() => {
   function changeOf(before, after) {
     const change = after - before + 0;
     if (!Number.isFinite(change)) return {change: NaN, relative: NaN};
-    const relative = before !== 0 ? change / Math.abs(before) + 0 : change === 0 ? 0 : NaN;
+    const relative = before !== 0 ? change / Math.abs(before) : change === 0 ? 0 : NaN;
     return {change, relative: Number.isFinite(relative) ? relative : NaN};
   }
 

@@ -9,7 +9,7 @@ test('changeOf: after - before and relative to |before|, as tabrun --compare wri
   const cases = [
     [3.4, 1.6, 1.6 - 3.4, (1.6 - 3.4) / 3.4],  // better
     [1.5, 2.4, 2.4 - 1.5, (2.4 - 1.5) / 1.5],  // worse
-    [2, 2, 0, 0], [-2, -1, 1, 0.5], [-0, 0, 0, 0],
+    [2, 2, 0, 0], [-2, -1, 1, 0.5], [0, -0, 0, 0],
     [NaN, 2, NaN, NaN], [2, NaN, NaN, NaN],  // a figure missing on a side: no change, never 0
     [0, 0, 0, 0], [0, 1, 1, NaN], [max, -max, NaN, NaN], [1e-300, 1e300, 1e300, NaN],
   ];

@@ -172,7 +172,7 @@
     const counts = PageStats.codeCounts(classes, PageChange.CLASSES.length);
     const p = $('classes');
     if (!p.childElementCount) {
-      p.append(`Runs by their change of the figure beyond the threshold: `);
+      p.append("Runs, by what changed: ");
       PageChange.CLASSES.forEach((name, i) => {
         const button = document.createElement('button');
         button.type = 'button';

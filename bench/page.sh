@@ -3,7 +3,9 @@
 # 200,000 runs; how long headless Chromium and headless Firefox ESR each take from loading it to
 # its data-ready mark for 20,000, 200,000 and 1,000,000 runs; sorting, filtering and switching
 # the chart's view (where the page has one) on 200,000 and on 1,000,000 rows; and the time of
-# tabrun --html against tabrun --csv on the batches up to 200,000.
+# tabrun --html against tabrun --csv on the batches up to 200,000. The same for the page of
+# tabrun --compare --html of two batches of 200,000 runs with the same names (200,000 pairs),
+# and the time of tabrun --compare --csv against two tabrun --csv scans of those batches.
 #
 #   bash bench/page.sh [--smoke] [--scratch DIR] [--tabrun PATH]
 #
@@ -33,6 +35,8 @@ for count in $small $mid $big $huge; do
   echo "== generating $count tiny logs"
   "$gen" gen --dir "$scratch/r$count" --count "$count" --size 300 --kind mixed --seed 21 >/dev/null
 done
+# The same names refined again: every run of r$big has its pair here.
+"$gen" gen --dir "$scratch/again" --count "$big" --size 300 --kind mixed --seed 22 >/dev/null
 cp -r "$scratch/r$mid" "$scratch/failing"
 find "$scratch/failing" -name '*[048].log' -exec truncate -s 150 {} +
 
@@ -48,24 +52,44 @@ for dir in empty r$small r$mid r$big r$huge failing; do
   echo
 done
 
+(cd "$scratch" && "$tabrun" --compare --html "r$big" again >compare.html) || true
+printf "%-8s %7s pairs %10s bytes\n" compare "$big" "$(wc -c <"$scratch/compare.html")"
+
+# The medians of 11 rounds that run each command once, after a round to warm up: rounds, not
+# runs in a row, so that a slow moment of the machine hits all the commands alike.
+medians() { # DIR COMMAND...: prints the median seconds of each command, in order
+  local dir=$1 c
+  shift
+  rm -f "$scratch/times"
+  for round in -1 {1..11}; do
+    (cd "$dir" && hyperfine -i -r 1 -N --style none --export-csv "$scratch/t.csv" "$@" \
+      >/dev/null 2>&1)
+    ((round < 0)) || awk -F, 'NR > 1 { print NR - 1, $2 }' "$scratch/t.csv" >>"$scratch/times"
+  done
+  for ((c = 1; c <= $#; c++)); do awk -v c=$c '$1 == c { print $2 }' "$scratch/times" |
+    sort -g | awk '{ v[NR] = $1 } END { printf "%s ", v[(NR + 1) / 2] }'; done
+  echo
+}
+
 echo "== tabrun --html against tabrun --csv (hyperfine, median of 11 rounds that run each once)"
 ratios=""
 for dir in r$mid r$big failing; do
-  rm -f "$scratch/times"
-  # Rounds, not runs in a row, so that a slow moment of the machine hits both commands alike.
-  for round in -1 {1..11}; do
-    (cd "$scratch/$dir" && hyperfine -i -r 1 -N --style none --export-csv "$scratch/t.csv" \
-      "'$tabrun' --csv ." "'$tabrun' --html ." >/dev/null 2>&1)
-    ((round < 0)) || awk -F, 'NR > 1 { print NR - 1, $2 }' "$scratch/t.csv" >>"$scratch/times"
-  done
-  read -r csv html < <(for c in 1 2; do awk -v c=$c '$1 == c { print $2 }' "$scratch/times" |
-    sort -g | awk '{ v[NR] = $1 } END { printf "%s ", v[(NR + 1) / 2] }'; done; echo)
+  read -r csv html < <(medians "$scratch/$dir" "'$tabrun' --csv ." "'$tabrun' --html .")
   ratio=$(awk -v h="$html" -v c="$csv" 'BEGIN { printf "%.2f", h / c }')
   ratios+=" $dir:$ratio"
   rss=$(cd "$scratch/$dir" && /usr/bin/time -f %M "$tabrun" --html . 2>&1 >/dev/null | tail -1)
   printf "%-8s --csv %6.3f s  --html %6.3f s  html/csv %s  peak RSS of --html %.1f MiB\n" "$dir" \
     "$csv" "$html" "$ratio" "$(awk -v k="$rss" 'BEGIN { print k / 1024 }')"
 done
+
+echo "== tabrun --compare --csv against two tabrun --csv scans, $big runs each (the same rounds)"
+read -r one two compared < <(medians "$scratch" "'$tabrun' --csv r$big" "'$tabrun' --csv again" \
+  "'$tabrun' --compare --csv r$big again")
+compare_ratio=$(awk -v a="$one" -v b="$two" -v c="$compared" 'BEGIN { printf "%.2f", c / (a + b) }')
+rss=$(cd "$scratch" && /usr/bin/time -f %M "$tabrun" --compare --html "r$big" again 2>&1 >/dev/null |
+  tail -1)
+printf "tabrun --csv %.3f s + %.3f s, --compare --csv %.3f s: ratio %s; peak RSS of --compare --html %.1f MiB\n" \
+  "$one" "$two" "$compared" "$compare_ratio" "$(awk -v k="$rss" 'BEGIN { print k / 1024 }')"
 
 echo "== headless Chromium and Firefox ESR"
 for browser in chromium firefox; do
@@ -74,6 +98,8 @@ for browser in chromium firefox; do
     /usr/bin/python3 "$repo/bench/page_timing.py" --browser $browser \
       $(printf "$scratch/%s.html " $pages) | tee -a "$scratch/browser.txt"
   done
+  /usr/bin/python3 "$repo/bench/page_timing.py" --browser $browser "$scratch/compare.html" |
+    tee -a "$scratch/browser.txt"
 done
 
 echo "== targets"
@@ -97,11 +123,12 @@ for r in $ratios; do
     printf "%-56s %10s\n" "tabrun --html / tabrun --csv, ${r%:*}" "${r#*:}"
   fi
 done
+target "tabrun --compare --csv / two tabrun --csv, $big runs" "$compare_ratio" 1.1
 # Each browser's lines read "BROWSER PAGE: WHAT: N ms"; a missing figure is a missed target.
 # Up to 200,000 runs: ready in 1.5 s, each action in 0.3 s; 1,000,000: 4 s and 1 s.
 limit() { [[ $1 == r$huge* ]] && echo "$3" || echo "$2"; }
 for browser in chromium firefox; do
-  for dir in r$mid r$big r$huge; do
+  for dir in r$mid r$big r$huge compare; do
     ms=$(sed -n "s/^$browser $dir.html: load to data-ready \([0-9]*\) ms.*/\1/p" \
       "$scratch/browser.txt")
     target "$browser: load to data-ready, ${dir#r} runs, ms" "${ms:-none}" "$(limit $dir 1500 4000)"

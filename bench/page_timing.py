@@ -6,7 +6,9 @@ at most 1,500 elements, show header counts that add up to its rows, and sort and
 right; otherwise it exits with 1.
 
 Where the table starts in the natural order of the log names, its first and last pages must be
-in that order too.
+in that order too. A page of tabrun --compare --html gets actions of its own (sorts by the change
+and by the log, a class of runs, the threshold, the figure), and its class counts must add up to
+its rows.
 
 Usage: /usr/bin/python3 bench/page_timing.py [--loads N] [--browser NAME]... PAGE.html..."""
 import os
@@ -32,6 +34,19 @@ ACTIONS = [
     ("filter log name by text", "location.hash = 'q=1234'"),
     ("filter by text off", "location.hash = ''"),
 ]
+HEAD = "document.evaluate(\"//th/button[text()='{}']\", document, null, 9, null).singleNodeValue"
+COMPARE_ACTIONS = [
+    ("sort by change %", HEAD.format("change %") + ".click()"),
+    ("sort by change %, descending", HEAD.format("change %") + ".click()"),
+    ("sort by log", HEAD.format("log") + ".click()"),
+    ("sort by status_after (text)", HEAD.format("status_after") + ".click()"),
+    ("show the worse runs", "document.querySelector('#classes button[data-class=worse]').click()"),
+    ("show all runs again", "document.querySelector('#classes button[data-class=worse]').click()"),
+    ("threshold 10 %", "location.hash = 'threshold=10'"),
+    ("figure rp", "location.hash = 'figure=rp'"),
+    ("threshold and figure back", "location.hash = ''"),
+]
+IS_COMPARE = "return !!document.getElementById('compare')"
 # The views of the chart, where the page has a select#view to switch them.
 VIEWS = ("rank", "hist", "series")
 VIEW = ("const v = document.querySelector('select#view'); v.value = '{}'; "
@@ -82,15 +97,19 @@ def measure(browser, args, loads):
                   f"{statistics.median(times):.0f} ms (median of {loads}, {min(times):.0f} to "
                   f"{max(times):.0f}), {elements} elements", flush=True)
             found = problems(driver)
+            counts = "#classes" if driver.execute_script(IS_COMPARE) else "#counts"
             counted = driver.execute_script(
-                "return [...document.querySelectorAll('#counts button b')]"
+                f"return [...document.querySelectorAll('{counts} button b')]"
                 ".reduce((sum, b) => sum + Number(b.textContent.replaceAll(',', '')), 0)")
             check(not found and elements <= 1500 and counted == count_shown(driver),
                   f"{page}: {found}, {elements} elements, header counts {counted} "
                   f"for {count_shown(driver)} rows")
             check_start_order(driver, page)
-        actions = ACTIONS
-        if driver.execute_script(HAS_VIEWS):
+        compare = driver.execute_script(IS_COMPARE)
+        actions = COMPARE_ACTIONS if compare else ACTIONS
+        if compare:
+            pass  # the charts of a compare page have no views to switch
+        elif driver.execute_script(HAS_VIEWS):
             actions = actions + [(f"switch view to {v}", VIEW.format(v)) for v in VIEWS]
         else:
             print(f"{browser} {os.path.basename(args[-1])}: view switches skipped: "
@@ -105,6 +124,8 @@ def measure(browser, args, loads):
                 setTimeout(() => requestAnimationFrame(() => done(performance.now() - start)));
             """)
             print(f"{browser} {os.path.basename(args[-1])}: {name}: {ms:.0f} ms", flush=True)
+        if compare:
+            return
         # Not timed: the rows of status ok, sorted by chi2, come lowest first, empty cells last.
         driver.find_element("css selector", "#counts button[data-status=ok]").click()
         driver.find_element("xpath", "//th/button[text()='chi2']").click()

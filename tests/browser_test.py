@@ -4,13 +4,18 @@ a console error or a request, its header counts and filters agree with the rows 
 it sorts, shows tails and names chart points, exports the rows as --csv writes them, and runs
 nothing hostile; on figures at the ends of the doubles its axes and bins hold; at 300,000 rows
 its orders are right; a live page of --watch reloads keeping its view and marks running runs
-apart. Saves report_test.png (Chromium) and report_test_firefox.png in OUT_DIR.
+apart. The page of tabrun --compare --html on a series refined before and after a change of
+model: its legend, both batches and the change drawn, its counts at a threshold set in the URL
+agree with the rows of --compare --csv, it sorts by the change and exports those rows; with no
+name in common it says so. Saves report_test.png (Chromium) and report_test_firefox.png in
+OUT_DIR.
 
 Usage: /usr/bin/python3 tests/browser_test.py TABRUN OUT_DIR [chromium|firefox]
 Exits 77 (skipped) at the first browser missing (by default both are tried), unless
 TABRUN_NO_SKIP=1 is set; then that is a failure."""
 import csv
 import io
+import json
 import os
 import re
 import shutil
@@ -134,9 +139,9 @@ def check(condition, what):
         raise AssertionError(what)
 
 
-def saved_csv(driver):
+def saved_csv(driver, name="tabrun-rows.csv"):
     """Saves the rows shown as CSV and returns the text."""
-    saved = os.path.join(driver.downloads, "tabrun-rows.csv")
+    saved = os.path.join(driver.downloads, name)
     if os.path.exists(saved):
         os.remove(saved)
     driver.find_element("id", "csv").click()
@@ -324,6 +329,120 @@ def make_extremes(batch):
             f.write(ordinary(b"x", b" => Chi2: " + chi2 + b" Rp: 1\n"))
 
 
+def refinement(control, chi2, cpu=b"41.25"):
+    """An ordinary run's log that states its figures and CPU time."""
+    return (b" => Control file *.pcr: " + control + b"\n => Rp: 7.12  Rwp: 9.48  Rexp: 6.02  Chi2: "
+            + chi2 + b"\n => Normal end, final calculations and writing...\n => CPU Time: " + cpu
+            + b" seconds\n")
+
+
+def make_series(before, after):
+    """A temperature series of 120 steps refined before and after a better low-temperature
+    model: Chi2 3.4 -> 1.6 at 4 K, 60 % worse at 203 K and 263 K, the 138 K run failed before
+    and converges after, the 230 K run stops after; 238 K only before, 300 K only after."""
+    os.makedirs(before)
+    os.makedirs(after)
+    temperatures = sorted({4 + 2 * i for i in range(118)} | {203, 263, 300})
+    seed = 7
+    for t in temperatures:
+        seed = (seed * 1103515245 + 12345) % 2 ** 31
+        old = 1.5 + 1.9 * 2.718281828 ** (-(t - 4) / 60) + seed % 100 / 1000
+        new = {4: 1.6, 203: old * 1.6, 263: old * 1.6}.get(t, 1.45 + old / 20 + seed % 37 / 1000)
+        name, control = f"LaMnO3_T{t}K.log", b"LaMnO3_T%dK" % t
+        if t != 300:
+            with open(os.path.join(before, name), "wb") as f:
+                f.write(b" => Control file *.pcr: " + control + b"\n => Abnormal end of run\n"
+                        if t == 138 else refinement(control, b"%.3f" % (3.4 if t == 4 else old)))
+        if t != 238:
+            with open(os.path.join(after, name), "wb") as f:
+                f.write(b" => Control file *.pcr: " + control + b"\n => Normal end\n" if t == 230
+                        else refinement(control, b"%.3f" % new))
+
+
+def compare_class(row, threshold):
+    """A compare row's class for chi2 at `threshold` %, as the page counts it."""
+    if row["side"] != "both":
+        return row["side"]
+    ok_before, ok_after = row["status_before"] == "ok", row["status_after"] == "ok"
+    if ok_before != ok_after:
+        return "fixed" if ok_after else "broken"
+    if not ok_before:
+        return "failed"
+    if not row["chi2_change"]:
+        return "no_figure"
+    change, relative = float(row["chi2_change"]), row["chi2_relative"]
+    beyond = change != 0 if not relative else abs(float(relative)) > threshold / 100
+    return "unchanged" if not beyond else "better" if change < 0 else "worse"
+
+
+def canvas_has(driver, canvas, colour):
+    """Whether the canvas `canvas` holds pixels of the page's style colour `colour`."""
+    return driver.execute_script(f"const [id, colour] = {json.dumps([canvas, colour])};" + """
+        const canvas = document.getElementById(id);
+        const probe = canvas.getContext('2d');
+        const style = getComputedStyle(document.documentElement);
+        const c = document.createElement('canvas').getContext('2d');
+        c.fillStyle = style.getPropertyValue('--' + colour).trim();
+        c.fillRect(0, 0, 1, 1);
+        const [r, g, b] = c.getImageData(0, 0, 1, 1).data;
+        const d = probe.getImageData(0, 0, canvas.width, canvas.height).data;
+        for (let i = 0; i < d.length; i += 4) {
+          if (d[i] === r && d[i + 1] === g && d[i + 2] === b && d[i + 3] === 255) return true;
+        }
+        return false;""")
+
+
+def check_compare(driver, page, csv_text, apart, out_dir):
+    """The compare page: legend, both series, the change view and the counts at a threshold
+    set in the URL, the sort by the change, the export; the page of two batches apart."""
+    rows = list(csv.DictReader(io.StringIO(csv_text)))
+    open_page(driver, page + "#threshold=50")
+    check(not problems(driver), f"the compare page loads with {problems(driver)}")
+    legend = driver.find_element("id", "chart").get_attribute("aria-description")
+    check(legend == "Legend: \u25cf before; \u25a0 after; \u25b3 failed before; "
+          "\u25b2 failed after", f"legend: {legend}")
+    for canvas, colour in (("chart", "before"), ("chart", "accent"), ("change", "best"),
+                           ("change", "fail")):
+        check(canvas_has(driver, canvas, colour), f"no {colour} in #{canvas}")
+    counts = dict(driver.execute_script("""return [...document.querySelectorAll(
+        '#classes button')].map((b) => [b.dataset.class, +b.querySelector('b').textContent
+        .replaceAll(',', '')])"""))
+    expected = {name: 0 for name in counts}
+    for row in rows:
+        expected[compare_class(row, 50)] += 1
+    threshold = driver.execute_script("return document.getElementById('threshold').value")
+    check(counts == expected and threshold == "50", f"counts at 50 %: {counts}, not {expected}")
+    drawn = sum(1 for row in rows if compare_class(row, 50) in ("better", "worse", "unchanged")
+                and row["chi2_relative"])
+    note = driver.find_element("id", "change-note").text
+    check(note.startswith(f"{drawn} runs ok in both"), f"change note: {note}")
+    # The change view's first mark is the best relative change.
+    best = min((row for row in rows if row["chi2_relative"] and row["status_after"] == "ok"
+                and row["status_before"] == "ok"), key=lambda row: float(row["chi2_relative"]))
+    driver.find_element("id", "change").send_keys("\ue011")  # Home
+    tip = driver.find_element("id", "change-tip").text
+    check(tip.splitlines()[0] == best["log"], f"the first change says {tip!r}")
+    # The worse runs only, a class pressed; the table sorted by the relative change.
+    driver.find_element("css selector", "#classes button[data-class=worse]").click()
+    driver.find_element("xpath", "//th/button[text()='change %']").click()
+    worse = sorted((row for row in rows if compare_class(row, 50) == "worse"),
+                   key=lambda row: float(row["chi2_relative"]))
+    shown = [cells[0] for cells in rows_shown(driver)]
+    url = driver.execute_script("return location.hash")
+    check(shown == [row["log"] for row in worse] and url == "#sort=relative&threshold=50&class=worse",
+          f"worse by change: {shown} at {url}")
+    driver.save_screenshot(os.path.join(out_dir, f"compare_test_{driver.browser}.png"))
+    # All rows, as --compare --csv writes them.
+    driver.get(page)
+    exported = saved_csv(driver, "tabrun-compare.csv")
+    check(exported == csv_text, f"the compare page's CSV differs:\n{exported}\n{csv_text}")
+    # Two batches with no name in common: the page says so, and shows the runs of each.
+    open_page(driver, apart)
+    check("nothing could be paired" in driver.find_element("id", "apart").text
+          and count_shown(driver) == 2 and not problems(driver), "the page of batches apart")
+    print(f"browser test in {driver.browser}: the compare page of {len(rows)} rows checked")
+
+
 def report_of(tabrun, scratch, name, make):
     """Makes the batch `name` in `scratch` with make(path); returns its page's URL, the exit
     statuses of --html and --csv, and the rows of --csv."""
@@ -411,12 +530,24 @@ def main():
         check(html_status == csv_status == 1, "--html and --csv exit with 1 for this batch")
         extremes = report_of(tabrun, scratch, "extremes", make_extremes)[0]
         many = report_of(tabrun, scratch, "many", lambda batch: make_many(batch, 300000))
+        make_series(os.path.join(scratch, "before"), os.path.join(scratch, "after"))
+        compared = [subprocess.run([tabrun, "--compare", mode, "before", "after"], cwd=scratch,
+                                   capture_output=True).stdout for mode in ("--html", "--csv")]
+        with open(os.path.join(scratch, "compare.html"), "wb") as f:
+            f.write(compared[0])
+        apart = subprocess.run([tabrun, "--compare", "--html", "before/LaMnO3_T4K.log",
+                                "after/LaMnO3_T6K.log"], cwd=scratch, capture_output=True).stdout
+        with open(os.path.join(scratch, "apart.html"), "wb") as f:
+            f.write(apart)
         for name in sys.argv[3:] or ("chromium", "firefox"):
             driver = start_browser(name)
             try:
                 check_page(driver, page, os.path.join(scratch, "batch"), csv_text, out_dir)
                 check_extremes(driver, extremes)
                 check_many(driver, many[0], many[3])
+                check_compare(driver, "file://" + os.path.join(scratch, "compare.html"),
+                              compared[1].decode(), "file://" + os.path.join(scratch, "apart.html"),
+                              out_dir)
                 check_live(driver, tabrun, scratch)
             finally:
                 stop_browser(driver)

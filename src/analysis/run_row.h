@@ -68,12 +68,6 @@ struct RunRow {
 // name holds no digit, or its last number is too large for a double.
 std::optional<double> NameNumber(std::string_view log);
 
-// True when the log name `a` comes before `b` in natural order, the order of the report page's
-// table: each number that NameNumber would read in a name counts by its value and as a '0'
-// against any other byte, the rest byte by byte, so that "T5K" < "T10K" and "T12.25K" <
-// "T12.5K"; names whose numbers are equal but written apart ("T05", "T5") by their bytes.
-bool NaturalLess(std::string_view a, std::string_view b);
-
 // Reads logs into rows, one at a time, through one LogText and the directory it last opened:
 // each thread that reads keeps one. Reading a log again gives its row as the log stands then.
 class RowReader {

@@ -9,7 +9,18 @@
 namespace tabrun {
 namespace {
 
-enum class Option { kCsv, kJson, kHtml, kJobs, kHelp, kVersion, kWatch, kRunningFor, kOutput };
+enum class Option {
+  kCsv,
+  kJson,
+  kHtml,
+  kCompare,
+  kJobs,
+  kHelp,
+  kVersion,
+  kWatch,
+  kRunningFor,
+  kOutput
+};
 
 struct LongOption {
   std::string_view name;  // without "--"
@@ -19,10 +30,15 @@ struct LongOption {
 
 // An ambiguous abbreviation lists its possibilities in this order.
 constexpr LongOption kLongOptions[] = {
-    {"csv", Option::kCsv, false},      {"json", Option::kJson, false},
-    {"html", Option::kHtml, false},    {"jobs", Option::kJobs, true},
-    {"help", Option::kHelp, false},    {"version", Option::kVersion, false},
-    {"watch", Option::kWatch, false},  {"running-for", Option::kRunningFor, true},
+    {"csv", Option::kCsv, false},
+    {"json", Option::kJson, false},
+    {"html", Option::kHtml, false},
+    {"compare", Option::kCompare, false},
+    {"jobs", Option::kJobs, true},
+    {"help", Option::kHelp, false},
+    {"version", Option::kVersion, false},
+    {"watch", Option::kWatch, false},
+    {"running-for", Option::kRunningFor, true},
     {"output", Option::kOutput, true},
 };
 
@@ -30,6 +46,7 @@ constexpr LongOption kLongOptions[] = {
 struct Asked {
   bool help = false;
   bool version = false;
+  bool compare = false;
   Command mode = Command::kRun;
   std::string_view mode_option;  // the option that chose `mode`
   std::string conflict;          // the first two different modes, said as an error
@@ -68,6 +85,9 @@ std::string Take(Option option, std::string_view argument, Asked* asked) {
       return {};
     case Option::kVersion:
       asked->version = true;
+      return {};
+    case Option::kCompare:
+      asked->compare = true;
       return {};
     case Option::kJobs:
       asked->jobs = JobsOf(argument);
@@ -166,6 +186,8 @@ std::string ReadShort(const std::vector<std::string>& args, size_t* i, Asked* as
 // What is wrong with the watch's options as asked, or an empty text.
 std::string WatchError(const Asked& asked) {
   const bool html = asked.mode == Command::kHtml;
+  if (asked.watch && asked.compare)
+    return "options '--compare' and '--watch' cannot be used together";
   if (asked.running_for != 0 && !asked.watch) {
     return "option '--running-for' can only be used with '--watch'";
   }
@@ -257,10 +279,22 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSynt
   if (asked.running_for != 0) line.running_for = asked.running_for;
   line.output = asked.output.value_or("");
   if (asked.watch && asked.mode == Command::kRun) asked.mode = Command::kWatch;
-  if (asked.mode == Command::kRun) {
+  if (asked.mode == Command::kRun && !asked.compare) {
     if (operands.empty()) return line;
     const std::string& operand = operands.front();
     return UsageError("extra operand '" + operand + "'", ExtraOperandHint(operand, shell));
+  }
+  if (asked.compare) {
+    // Two batches, in this order; a third operand is one too many.
+    if (asked.mode == Command::kRun) {
+      return UsageError(
+          "option '--compare' needs '--csv', '--json' or '--html' to say what to write");
+    }
+    if (operands.size() < 2) {
+      return UsageError("option '--compare' needs two operands, BEFORE and AFTER");
+    }
+    if (operands.size() > 2) return UsageError("extra operand '" + operands[2] + "'");
+    line.compare = true;
   }
   if (operands.empty()) operands.emplace_back(".");
   line.command = asked.mode;
@@ -276,6 +310,7 @@ std::string HelpText() {
          "       tabrun --watch [--running-for SECONDS] [-j N] [PATH]...\n"
          "       tabrun --watch --csv|--json [--running-for SECONDS] [-j N] [PATH]...\n"
          "       tabrun --watch --html --output FILE [-j N] [PATH]...\n"
+         "       tabrun --compare --csv|--json|--html [-j N] BEFORE AFTER\n"
          "\n"
          "Without operands, in a directory that holds the *.log files of a batch of\n"
          "refinement runs: lists them into list_log (with \"ls -l *.log > list_log\"),\n"
@@ -302,10 +337,20 @@ std::string HelpText() {
          "itself. A log without an outcome yet that changed in the last SECONDS (default\n"
          "120) is running.\n"
          "\n"
+         "With --compare and --csv, --json or --html: reads the logs of BEFORE and of\n"
+         "AFTER (each a directory or a file PATH), pairs the runs by the log's name within\n"
+         "its PATH and writes one row per name, in natural order: log, side (both, before,\n"
+         "after), status_before, status_after, name_number, then for cpu_seconds, chi2,\n"
+         "rp, rwp, rexp, rf2, rf2w and rf each FIGURE_before, FIGURE_after, FIGURE_change\n"
+         "(after - before) and FIGURE_relative (the change / |before|). --html writes one\n"
+         "page with both batches on a chart, the change per run, the counts of better and\n"
+         "worse runs and a table.\n"
+         "\n"
          "Options:\n"
          "  --csv          one CSV row per log, after a header row\n"
          "  --json         one JSON object per log and line (JSON Lines)\n"
          "  --html         one self-contained HTML page\n"
+         "  --compare      two batches side by side: BEFORE AFTER\n"
          "  -j, --jobs=N   read at most N logs at once (default 64, 1 to 1024): one per\n"
          "                 CPU at first, more while the reads wait on a network file\n"
          "                 system; the output is the same for every N\n"

@@ -48,6 +48,8 @@ struct CommandLine {
   bool watch = false;
   int running_for = kDefaultRunningFor;  // --running-for SECONDS, with --watch only
   std::string output;                    // --output FILE, with --html --watch only (and needed)
+  // --compare, with kCsv, kJson or kHtml: `paths` are BEFORE and AFTER.
+  bool compare = false;
 };
 
 // Reads the arguments that follow the program's name, UTF-8 strings, the way GNU tools read
@@ -61,7 +63,9 @@ struct CommandLine {
 // option error. Paths are taken only with --csv, --json, --html or --watch; one of the first
 // three may be given any number of times, but not two different ones. An operand without one of
 // them is an error whose hint is ExtraOperandHint's for `shell`. --running-for needs --watch;
-// --output needs --html and --watch, which need it in turn.
+// --output needs --html and --watch, which need it in turn. --compare takes one of the first
+// three and exactly two paths; it is an error without one, with fewer paths, with more ("extra
+// operand") and with --watch.
 CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSyntax shell);
 
 // What to type in `shell` to read the logs of the directory `operand`, given without --csv, as

@@ -3,6 +3,7 @@
 #ifndef TABRUN_DRIVER_DIRECT_RUN_H_
 #define TABRUN_DRIVER_DIRECT_RUN_H_
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,11 @@ enum class RowFormat { kCsv, kJson, kHtml };
 // standard output ends the program with a fatal I/O error. `jobs` threads read the logs; the output
 // does not depend on their number.
 int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs);
+
+// When a page is said to have been made, in seconds since 1970 (UTC): SOURCE_DATE_EPOCH when it
+// holds a number of seconds, so that two pages of one batch can be the same to the byte,
+// otherwise now.
+std::int64_t MadeAt();
 
 }  // namespace tabrun
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "driver/command_line.h"
+#include "driver/compare_run.h"
 #include "driver/console.h"
 #include "driver/direct_run.h"
 #include "driver/run.h"
@@ -33,6 +34,19 @@ int UsageError(const tabrun::CommandLine& command_line) {
   return tabrun::kUsageExitStatus;
 }
 
+// The watch's output for the rows or the page of `format`.
+tabrun::WatchOutput WatchOutputOf(tabrun::RowFormat format) {
+  switch (format) {
+    case tabrun::RowFormat::kCsv:
+      return tabrun::WatchOutput::kCsv;
+    case tabrun::RowFormat::kJson:
+      return tabrun::WatchOutput::kJson;
+    case tabrun::RowFormat::kHtml:
+      break;
+  }
+  return tabrun::WatchOutput::kHtml;
+}
+
 // The watch that `line` asks for, in the output `output`.
 int Watch(const tabrun::CommandLine& line, tabrun::WatchOutput output, int jobs) {
   return tabrun::RunWatch({output, line.paths, jobs, line.running_for, line.output});
@@ -50,14 +64,16 @@ int Run(int argc, char** argv) {
       tabrun::os::IgnoreBrokenPipe();
       return tabrun::RunBatch(jobs);
     case tabrun::Command::kCsv:
-      if (line.watch) return Watch(line, tabrun::WatchOutput::kCsv, jobs);
-      return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths, jobs);
     case tabrun::Command::kJson:
-      if (line.watch) return Watch(line, tabrun::WatchOutput::kJson, jobs);
-      return tabrun::RunDirect(tabrun::RowFormat::kJson, line.paths, jobs);
-    case tabrun::Command::kHtml:
-      if (line.watch) return Watch(line, tabrun::WatchOutput::kHtml, jobs);
-      return tabrun::RunDirect(tabrun::RowFormat::kHtml, line.paths, jobs);
+    case tabrun::Command::kHtml: {
+      const tabrun::RowFormat format =
+          line.command == tabrun::Command::kCsv    ? tabrun::RowFormat::kCsv
+          : line.command == tabrun::Command::kJson ? tabrun::RowFormat::kJson
+                                                   : tabrun::RowFormat::kHtml;
+      if (line.compare) return tabrun::RunCompare(format, line.paths[0], line.paths[1], jobs);
+      if (line.watch) return Watch(line, WatchOutputOf(format), jobs);
+      return tabrun::RunDirect(format, line.paths, jobs);
+    }
     case tabrun::Command::kWatch:
       return Watch(line, tabrun::WatchOutput::kView, jobs);
     case tabrun::Command::kHelp:

@@ -6,6 +6,7 @@
 #include <optional>
 #include <thread>
 
+#include "analysis/natural_order.h"
 #include "driver/console.h"
 #include "driver/pipeline.h"
 #include "driver/watch_state.h"

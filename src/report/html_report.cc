@@ -8,7 +8,7 @@
 
 #include "recio/civil_time.h"
 #include "report/escape.h"
-#include "report/page_assets.h"
+#include "report/page_frame.h"
 
 namespace tabrun {
 namespace {
@@ -64,81 +64,24 @@ dragging zooms to a range"></canvas>
 </section>
 )";
 
-std::string Fixed(double value, int decimals) {
-  char text[400];  // the largest double has 309 digits before the point
-  const auto result =
-      std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
-  return std::string(text, result.ptr);
-}
-
-// A count with a comma between groups of three digits, as "200,000".
-std::string Grouped(std::uint64_t count) {
-  std::string digits = std::to_string(count);
-  for (std::size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
-  return digits;
-}
-
-std::string Html(std::string_view text) {
-  std::string html;
-  AppendHtmlText(text, &html);
-  return html;
-}
-
-std::string TimeText(std::int64_t seconds) {
-  const CivilTime t = CivilTimeOf(seconds);
-  // Beyond the years a C struct tm holds, the time is said in seconds, as it always was.
-  if (t.year - 1900 < std::numeric_limits<int>::min() ||
-      t.year - 1900 > std::numeric_limits<int>::max()) {
-    return std::to_string(seconds) + " s after 1970-01-01 00:00:00 UTC";
-  }
-  char text[64];
-  std::snprintf(text, sizeof text, "%lld-%02d-%02d %02d:%02d:%02d UTC",
-                static_cast<long long>(t.year), t.month, t.day, t.hour, t.minute, t.second);
-  return text;
-}
-
-// How a column is carried: a byte of code per row, numbers as text between commas (empty for
-// none), or a JSON array of strings.
-enum Type { kCode, kNumber, kText };
-Type ColumnType(std::size_t column) {
-  static const auto kTypes = [] {
-    std::array<Type, kColumns> types;
-    std::size_t i = 0;
-    ForEachCell(RunRow(), [&](std::string_view, bool number) {
-      types[i] = i == kKindColumn || i == kStatusColumn ? kCode : number ? kNumber : kText;
-      ++i;
-    });
-    return types;
-  }();
-  return kTypes[column];
-}
-
-template <std::size_t... Column>
-std::array<PackedText, kColumns> PackedColumns(std::index_sequence<Column...>) {
-  return {PackedText(ColumnType(Column) == kNumber ? PackedText::Kind::kFigures
-                                                   : PackedText::Kind::kText)...};
-}
-
-// The first `count` of `names` as a JSON array.
-std::string JsonList(const char* const* names, std::size_t count) {
-  std::string json = "[";
-  for (std::size_t i = 0; i < count; ++i) {
-    if (json.size() > 1) json.push_back(',');
-    AppendJsonString(names[i], &json);
-  }
-  return json + "]";
+// How each column is carried: a byte of code for the kind and the status, numbers as numbers,
+// the rest as text.
+std::vector<PackedColumns::Column> Columns() {
+  using Type = PackedColumns::Type;
+  std::vector<PackedColumns::Column> columns;
+  ForEachCell(RunRow(), [&](std::string_view, bool number) {
+    columns.push_back({kColumnNames[columns.size()], number ? Type::kNumber : Type::kText, {}});
+  });
+  columns[kKindColumn] = {"kind", Type::kCode, {std::begin(kKindNames), std::end(kKindNames)}};
+  columns[kStatusColumn] = {
+      "status", Type::kCode, {std::begin(kStatusNames), std::end(kStatusNames)}};
+  return columns;
 }
 
 }  // namespace
 
 HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at, bool live)
-    : paths_(std::move(paths)),
-      made_at_(made_at),
-      live_(live),
-      columns_(PackedColumns(std::make_index_sequence<kColumns>())) {
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    if (ColumnType(i) == kText) columns_[i].Append("[");
-  }
+    : paths_(std::move(paths)), made_at_(made_at), live_(live), columns_(Columns()) {
   tails_.Append("[");
 }
 
@@ -149,28 +92,23 @@ HtmlReport::Cells HtmlReport::Encode(const RunRow& row) {
     encoded.tail.append(i == 0 ? "" : "\n").append(tail[i]);
   }
   if (!tail.empty()) AppendJsonString(encoded.tail, &encoded.tail_json);
-  std::string& text = encoded.text;
   std::size_t i = 0;
   ForEachCell(row, [&](std::string_view cell, bool number) {
-    encoded.start[i] = static_cast<std::uint32_t>(text.size());
     if (i == kStatusColumn) {
-      text.push_back(static_cast<char>(row.status()));
+      encoded.cells.Code(static_cast<std::uint8_t>(row.status()));
     } else if (i == kKindColumn) {
-      text.push_back(
-          static_cast<char>(row.problem == ReadProblem::kNone ? row.scan.kind : RunKind::kNone));
+      encoded.cells.Code(static_cast<std::uint8_t>(
+          row.problem == ReadProblem::kNone ? row.scan.kind : RunKind::kNone));
+    } else if (number) {
+      encoded.cells.Number(cell);
     } else {
-      text.push_back(',');
-      if (number) {
-        text.append(cell);
-      } else {
-        AppendJsonString(cell, &text);
-      }
+      encoded.cells.Text(cell);
     }
     ++i;
   });
-  encoded.start[kColumns] = static_cast<std::uint32_t>(text.size());
   encoded.log = row.log;
-  if (row.status() != RunStatus::kOk) encoded.reason = ReasonText(row);
+  encoded.status = row.status();
+  if (encoded.status != RunStatus::kOk) encoded.reason = ReasonText(row);
   if (row.problem == ReadProblem::kNone) {
     encoded.best = {row.scan.figures.chi2, row.scan.figures.rf2, row.scan.cpu_seconds};
   }
@@ -178,13 +116,8 @@ HtmlReport::Cells HtmlReport::Encode(const RunRow& row) {
 }
 
 void HtmlReport::Add(const Cells& cells) {
-  const std::string_view text = cells.text;
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    // The first row's cells have no comma before them.
-    const std::uint32_t from = cells.start[i] + (rows_ == 0 && ColumnType(i) != kCode ? 1 : 0);
-    columns_[i].Append(text.substr(from, cells.start[i + 1] - from));
-  }
-  const RunStatus status = cells.status();
+  columns_.Add(cells.cells);
+  const RunStatus status = cells.status;
   ++counts_[static_cast<std::size_t>(status)];
   if (cells.best[2]) cpu_total_ += *cells.best[2];
   for (std::size_t k = 0; k < best_.size(); ++k) {
@@ -207,7 +140,7 @@ void HtmlReport::AddFailure(const Cells& cells) {
   // none is made once the budget is spent.
   const bool wanted = cells.has_tail() && tails_left_out_ == 0;
   std::string text;
-  if (wanted) text = listed ? Html(cells.tail) : cells.tail_json;
+  if (wanted) text = listed ? HtmlText(cells.tail) : cells.tail_json;
   const bool kept = wanted && tail_bytes_ + text.size() <= kTailBudget;
   if (kept) tail_bytes_ += text.size();
   if (cells.has_tail() && !kept) {
@@ -219,9 +152,9 @@ void HtmlReport::AddFailure(const Cells& cells) {
     any_tail_ = true;
   }
   if (!listed) return;
-  listed_ += std::string("<details><summary><b>") + StatusName(cells.status()) + "</b> <code>" +
-             Html(cells.log) + "</code>";
-  if (!cells.reason.empty()) listed_ += ": " + Html(cells.reason);
+  listed_ += std::string("<details><summary><b>") + StatusName(cells.status) + "</b> <code>" +
+             HtmlText(cells.log) + "</code>";
+  if (!cells.reason.empty()) listed_ += ": " + HtmlText(cells.reason);
   listed_ += "</summary>";
   // The parser drops a line feed right after <pre>: with one written first, a tail that
   // starts with an empty record keeps it.
@@ -233,11 +166,11 @@ void HtmlReport::AddFailure(const Cells& cells) {
 std::string HtmlReport::Header() const {
   std::string html = "<header>\n<h1>tabrun report</h1>\n<p>Batch";
   for (std::size_t i = 0; i < paths_.size() && i < kNamedPaths; ++i) {
-    html += " <code>" + Html(paths_[i]) + "</code>";
+    html += " <code>" + HtmlText(paths_[i]) + "</code>";
   }
   if (paths_.size() > kNamedPaths)
     html += " and " + std::to_string(paths_.size() - kNamedPaths) + " more";
-  html += ", made " + TimeText(made_at_) + " by tabrun " TABRUN_VERSION ".</p>\n";
+  html += ", made " + MadeText(made_at_) + " by tabrun " TABRUN_VERSION ".</p>\n";
   if (live_) {
     // The script says the time in the reader's own zone; without it, UTC stands.
     const CivilTime t = CivilTimeOf(made_at_);
@@ -264,7 +197,7 @@ std::string HtmlReport::Header() const {
     html += "No run has a chi2, rf2 or cpu_seconds.";
   } else {
     html += "Best " + std::string(kBestNames[k]) + " " + NumberText(*best_[k].value) + ": <code>" +
-            Html(best_[k].log) + "</code>.";
+            HtmlText(best_[k].log) + "</code>.";
   }
   return html + "</p>\n</header>\n";
 }
@@ -287,46 +220,22 @@ std::string HtmlReport::FailedRuns() const {
 }
 
 void HtmlReport::WriteData(const PageSink& sink) {
-  constexpr const char* kTypeNames[] = {"code", "number", "text"};
-  sink("<script type=\"application/json\" id=\"data\">{\"rows\":" + std::to_string(rows_) +
-       ",\"columns\":[");
-  for (std::size_t i = 0; i < kColumns; ++i) {
-    std::string head = i == 0 ? "{\"name\":" : ",{\"name\":";
-    AppendJsonString(kColumnNames[i], &head);
-    head += std::string(",\"type\":\"") + kTypeNames[ColumnType(i)] + "\"";
-    if (i == kKindColumn || i == kStatusColumn) {
-      head += ",\"values\":" + (i == kKindColumn ? JsonList(kKindNames, std::size(kKindNames))
-                                                 : JsonList(kStatusNames, Statuses()));
-    }
-    if (ColumnType(i) == kText) columns_[i].Append("]");
-    sink(head + ",\"data\":\"");
-    columns_[i].WriteBase64(sink);
-    sink("\"}");
-  }
-  sink("],\"tails\":\"");
+  sink("<script type=\"application/json\" id=\"data\">{");
+  columns_.Write(sink);
+  sink(",\"tails\":\"");
   tails_.Append("]");
   tails_.WriteBase64(sink);
   sink("\"}</script>\n");
 }
 
 void HtmlReport::WritePage(const PageSink& sink) {
-  std::string title = paths_.empty() ? "" : ": " + Html(paths_[0]);
+  std::string title = paths_.empty() ? "" : ": " + HtmlText(paths_[0]);
   if (paths_.size() > 1) title += " and more";
-  sink(std::string("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n") +
-       // The page runs its own script and applies its own style, and loads nothing at all.
-       "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; " +
-       "script-src 'sha256-" + std::string(kPageScriptSha256) + "'; style-src 'sha256-" +
-       std::string(kPageStyleSha256) + "'; base-uri 'none'; form-action 'none'\">\n" +
-       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n" +
-       "<title>tabrun report" + title + "</title>\n<style>");
-  sink(kPageStyle);
-  sink("</style>\n</head>\n<body>\n" + Header());
+  sink(PageHead("tabrun report" + title) + Header());
   sink(kViews);
   sink(FailedRuns());
   WriteData(sink);
-  sink("<script>");
-  sink(kPageScript);
-  sink("</script>\n</body>\n</html>\n");
+  WritePageEnd(sink);
 }
 
 }  // namespace tabrun

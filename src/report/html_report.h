@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "report/packed_columns.h"
 #include "report/packed_text.h"
 #include "report/script_rows.h"
 
@@ -45,20 +46,19 @@ class HtmlReport {
   // How often a live page reloads itself.
   static constexpr int kReloadSeconds = 2;
 
-  // The cells of `row` as the page's columns carry them: one byte of code for the kind and the
-  // status (the value of its enum), a comma and JSON text for the others; cell i is
-  // text[start[i], start[i + 1]). And the end of its log: row.scan.tail, which the scan of a
-  // failed log makes with ScanWants::tail_records = kTailRecords. And what the header and the
-  // list of failed runs say of it, so that a row can be added from its cells alone.
+  // The cells of `row` as the page's columns carry them (PackedColumns): a code for the kind and
+  // the status (the value of its enum), numbers and texts for the others. And the end of its log:
+  // row.scan.tail, which the scan of a failed log makes with ScanWants::tail_records =
+  // kTailRecords. And what the header and the list of failed runs say of it, so that a row can
+  // be added from its cells alone.
   struct Cells {
-    std::string text;
-    std::array<std::uint32_t, kColumns + 1> start{};
+    PackedColumns::Cells cells;
     std::string tail;       // the records joined by line feeds
     std::string tail_json;  // the same as a JSON string, empty when there is no tail
     std::string log;        // RunRow::log
     std::string reason;     // of a run that is not ok: ReasonText
     std::array<std::optional<double>, 3> best;  // chi2, rf2 and cpu_seconds
-    RunStatus status() const { return static_cast<RunStatus>(text[start[2]]); }
+    RunStatus status = RunStatus::kOk;
     bool has_tail() const { return !tail_json.empty(); }
   };
   // It depends on nothing else, so that the threads that read the logs can make the cells and
@@ -93,7 +93,7 @@ class HtmlReport {
   std::array<std::uint64_t, std::size(kStatusNames)> counts_{};
   double cpu_total_ = 0;
   std::array<Best, 3> best_;  // of chi2, rf2 and cpu_seconds
-  std::array<PackedText, kColumns> columns_;
+  PackedColumns columns_;
   // [row, "tail" or null, ...]: the tails of the failures not listed, and null for each
   // failure whose tail is left out, listed or not.
   PackedText tails_;

@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "recio/civil_time.h"
-#include "report/escape.h"
 
 namespace tabrun {
 namespace {
@@ -33,6 +32,8 @@ constexpr const char* kReasonWords[] = {
 };
 static_assert(std::size(kReasonWords) == static_cast<std::size_t>(FailureReason::kLast) + 1);
 
+}  // namespace
+
 void AppendCsvField(std::string_view text, std::string* line) {
   const bool quoted = std::any_of(text.begin(), text.end(), [](char c) {
     return c == ',' || c == '"' || c == '\r' || c == '\n';
@@ -48,11 +49,6 @@ void AppendCsvField(std::string_view text, std::string* line) {
   }
   line->push_back('"');
 }
-
-// Room for a whole row of most logs, so that a row is built in one allocation.
-constexpr std::size_t kRowRoom = 512;
-
-}  // namespace
 
 std::string ErrorText(const RunRow& row) {
   if (row.problem != ReadProblem::kNone) {
@@ -103,41 +99,20 @@ std::string_view TimeText(std::int64_t seconds, Digits* digits) {
   return {digits->data(), 20};
 }
 
-std::string CsvHeader() {
+std::string CsvHeaderOf(std::span<const char* const> names) {
   std::string header;
-  for (const char* key : kColumnNames) header.append(header.empty() ? "" : ",").append(key);
+  for (const char* key : names) header.append(header.empty() ? "" : ",").append(key);
   return header + '\n';
 }
 
+std::string CsvHeader() { return CsvHeaderOf(kColumnNames); }
+
 std::string CsvRow(const RunRow& row) {
-  std::string line;
-  line.reserve(kRowRoom);
-  // Every field but the first follows a comma, however many before it are empty.
-  ForEachCell(row, [&line](std::string_view text, bool) {
-    AppendCsvField(text, &line);
-    line.push_back(',');
-  });
-  line.back() = '\n';
-  return line;
+  return CsvLine([&row](auto cell) { ForEachCell(row, cell); });
 }
 
 std::string JsonRow(const RunRow& row) {
-  std::string line;
-  line.reserve(kRowRoom);
-  std::size_t i = 0;
-  ForEachCell(row, [&line, &i](std::string_view text, bool number) {
-    line.append(i == 0 ? "{\"" : ",\"").append(kColumnNames[i]).append("\":");
-    ++i;
-    if (text.empty()) {
-      line.append("null");
-    } else if (number) {
-      line.append(text);  // as in the CSV row
-    } else {
-      AppendJsonString(text, &line);
-    }
-  });
-  line.append("}\n");
-  return line;
+  return JsonLine(kColumnNames, [&row](auto cell) { ForEachCell(row, cell); });
 }
 
 }  // namespace tabrun

@@ -8,11 +8,13 @@
 #include <charconv>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "analysis/run_row.h"
 #include "recio/fatal.h"
+#include "report/escape.h"
 
 namespace tabrun {
 
@@ -34,6 +36,9 @@ static_assert(std::size(kKindNames) == static_cast<std::size_t>(RunKind::kAnneal
 inline const char* StatusName(RunStatus status) {
   return kStatusNames[static_cast<std::size_t>(status)];
 }
+
+// Room for a whole row of most logs, so that a row is built in one allocation.
+inline constexpr std::size_t kRowRoom = 512;
 
 // Room for the digits of a number, or for a time.
 using Digits = std::array<char, 32>;
@@ -109,6 +114,46 @@ std::string CsvRow(const RunRow& row);
 // are JSON numbers, empty fields null, and strings are written as AppendJsonString writes
 // them.
 std::string JsonRow(const RunRow& row);
+
+// The same for any rows: the header of `names`, and the line of the cells that
+// each_cell(cell) hands to cell(text, number) in the order of the names, as ForEachCell does.
+std::string CsvHeaderOf(std::span<const char* const> names);
+void AppendCsvField(std::string_view text, std::string* line);
+template <typename EachCell>
+std::string CsvLine(EachCell each_cell) {
+  std::string line;
+  line.reserve(kRowRoom);
+  // Every field but the first follows a comma, however many before it are empty.
+  each_cell([&line](std::string_view text, bool number) {
+    if (number) {
+      line.append(text);  // digits, a sign, a point or an exponent: never quoted
+    } else {
+      AppendCsvField(text, &line);
+    }
+    line.push_back(',');
+  });
+  line.back() = '\n';
+  return line;
+}
+template <typename EachCell>
+std::string JsonLine(std::span<const char* const> names, EachCell each_cell) {
+  std::string line;
+  line.reserve(kRowRoom);
+  std::size_t i = 0;
+  each_cell([&line, &i, names](std::string_view text, bool number) {
+    line.append(i == 0 ? "{\"" : ",\"").append(names[i]).append("\":");
+    ++i;
+    if (text.empty()) {
+      line.append("null");
+    } else if (number) {
+      line.append(text);  // as in the CSV row
+    } else {
+      AppendJsonString(text, &line);
+    }
+  });
+  line.append("}\n");
+  return line;
+}
 
 }  // namespace tabrun
 

@@ -2,11 +2,13 @@
 // marks, for the pointer and the keys, and the plot's frame, for zooming):
 //   {view: 'series' | 'rank' | 'hist', figure, log (the value axis is logarithmic; values and
 //    positions are then log10), xName, integerX, zoom ([lo, hi] on x, or null),
-//    layers: [{rows, x, y, band(k), colour, line}] (by run or rank: x ascending; band(k) names
-//      the kind of mark a run gets on the bottom band, or null; a histogram's one layer needs
-//      only rows and y, to find the rings' bins), hist: {lo, hi, counts, shown}
+//    layers: [{rows, x, y, band(k), colour, line, shape}] (by run or rank: x ascending; band(k)
+//      names the kind of mark a run gets on the bottom band, or null; shape is that of its
+//      points, 'square' when not given, or 'circle'; a histogram's one layer needs only rows
+//      and y, to find the rings' bins), hist: {lo, hi, counts, shown}
 //    (histogram: the bins, and how many values lie within them),
 //    rings: [{layer, row, colour, radius}], legend: [[text, colour]],
+//    lines: [{y, colour}] (level lines across the plot, within its value axis; may be absent),
 //    describe(layer, row): the tip of a run's mark}.
 // Colours are names of the page's style variables, so that they follow its scheme.
 'use strict';
@@ -34,9 +36,31 @@ const PageChart = ((Axes, Cells) => {
     ctx.fill();
   }
 
+  function openTriangle(ctx, x, y) {
+    ctx.strokeStyle = ctx.fillStyle;
+    ctx.lineWidth = 1.5;
+    ctx.beginPath();
+    ctx.moveTo(x, y - 4);
+    ctx.lineTo(x + 4.5, y + 3.5);
+    ctx.lineTo(x - 4.5, y + 3.5);
+    ctx.closePath();
+    ctx.stroke();
+  }
+
   // The kinds of mark on the bottom band, each with its colour and shape.
   const BAND_MARKS = {failed: {colour: 'fail', shape: triangle},
-    running: {colour: 'run', shape: diamond}};
+    running: {colour: 'run', shape: diamond},
+    'failed-before': {colour: 'fail', shape: openTriangle}};
+
+  // The shapes of a layer's points.
+  const POINTS = {
+    square: (ctx, x, y) => ctx.fillRect(x - 2.5, y - 2.5, 5, 5),
+    circle: (ctx, x, y) => {
+      ctx.beginPath();
+      ctx.arc(x, y, 3, 0, 2 * Math.PI);
+      ctx.fill();
+    },
+  };
 
   function ring(ctx, x, y, r, colour, width) {
     ctx.strokeStyle = colour;
@@ -47,7 +71,8 @@ const PageChart = ((Axes, Cells) => {
   }
 
   // The colours of the page's style that the chart uses, by name.
-  const COLOURS = ['bg', 'fg', 'line', 'muted', 'accent', 'mark-line', 'fail', 'best', 'run'];
+  const COLOURS = ['bg', 'fg', 'line', 'muted', 'accent', 'mark-line', 'fail', 'best', 'run',
+    'before', 'before-line'];
   function colours() {
     const style = getComputedStyle(document.documentElement);
     return Object.fromEntries(COLOURS.map((name) => [name,
@@ -68,7 +93,8 @@ const PageChart = ((Axes, Cells) => {
       const all = scene.layers.map((l) => extent(l.x, () => true));
       [x0, x1] = Axes.axisEnds(...(scene.zoom || merge(all)), false);
       const inX = (l) => extent(l.y, (k) => l.x[k] >= x0 && l.x[k] <= x1);
-      [y0, y1] = Axes.axisEnds(...merge(scene.layers.map(inX)), true);
+      const levels = (scene.lines || []).map(({y}) => [y, y]);
+      [y0, y1] = Axes.axisEnds(...merge([...scene.layers.map(inX), ...levels]), true);
     }
     // Halved before the difference, which can overflow.
     const px = (v) => left + ((v / 2 - x0 / 2) / (x1 / 2 - x0 / 2)) * plotW;
@@ -125,6 +151,18 @@ const PageChart = ((Axes, Cells) => {
     }
   }
 
+  // The level lines across the plot.
+  function drawLines(ctx, c, scene, f) {
+    ctx.lineWidth = 1;
+    for (const {y, colour} of scene.lines || []) {
+      ctx.strokeStyle = c[colour];
+      ctx.beginPath();
+      ctx.moveTo(f.left, Math.round(f.py(y)) + 0.5);
+      ctx.lineTo(f.left + f.plotW, Math.round(f.py(y)) + 0.5);
+      ctx.stroke();
+    }
+  }
+
   // A layer's runs within the frame's x: a line and points while they fit, else the count of
   // runs in each pixel, shaded (by run) or a curve through each pixel column's lowest and
   // highest value (by rank); the band's marks along the bottom. Returns the marks and a note.
@@ -138,7 +176,7 @@ const PageChart = ((Axes, Cells) => {
     return drawDensity(ctx, c, scene, f, index, from, to);
   }
 
-  function drawPoints(ctx, c, f, {x, y, band, colour, line}, layer, from, to) {
+  function drawPoints(ctx, c, f, {x, y, band, colour, line, shape}, layer, from, to) {
     ctx.strokeStyle = c[line];
     ctx.lineWidth = 1.5;
     ctx.beginPath();
@@ -154,11 +192,12 @@ const PageChart = ((Axes, Cells) => {
       const kind = band(k);
       if (kind) marks.push({x: f.px(x[k]), y: f.band, layer, k, kind});
     }
+    const point = POINTS[shape] || POINTS.square;
     for (const m of marks) {
-      const shape = BAND_MARKS[m.kind];
-      ctx.fillStyle = c[shape ? shape.colour : colour];
-      if (shape) shape.shape(ctx, m.x, m.y);
-      else ctx.fillRect(m.x - 2.5, m.y - 2.5, 5, 5);
+      const onBand = BAND_MARKS[m.kind];
+      ctx.fillStyle = c[onBand ? onBand.colour : colour];
+      if (onBand) onBand.shape(ctx, m.x, m.y);
+      else point(ctx, m.x, m.y);
     }
     return marks;
   }
@@ -346,7 +385,11 @@ const PageChart = ((Axes, Cells) => {
     ctx.fillRect(0, 0, width, height);
     const f = frameOf(scene, width, height);
     drawAxes(ctx, c, scene, f);
+    // The legend in words too, for a screen reader.
+    canvas.setAttribute('aria-description',
+      `Legend: ${scene.legend.map(([text]) => text).join('; ')}`);
     if (scene.view === 'hist') return {...drawHistogram(ctx, c, scene, f), frame: f};
+    drawLines(ctx, c, scene, f);
     const marks = [];
     const notes = [];
     scene.layers.forEach((_, i) => {
@@ -376,7 +419,68 @@ const PageChart = ((Axes, Cells) => {
     return found;
   }
 
-  return {tipText, create};
+  // Dragging across the chart zooms to the dragged range (when it zooms); a click picks a point.
+  function wirePointer(canvas, chart, on) {
+    let dragFrom = null;
+    let dragged = false;
+    const canvasX = (e) => e.clientX - canvas.getBoundingClientRect().left;
+    canvas.addEventListener('mousedown', (e) => { dragFrom = canvasX(e); dragged = false; });
+    window.addEventListener('mouseup', (e) => {
+      const far = dragFrom !== null && Math.abs(canvasX(e) - dragFrom) >= 6;
+      if (far && chart.frame() && on.zoomTo) {
+        dragged = true;
+        on.zoomTo([chart.xAt(dragFrom), chart.xAt(canvasX(e))].sort((a, b) => a - b));
+      }
+      dragFrom = null;
+    });
+    canvas.addEventListener('mousemove', (e) => chart.showTip(chart.markAt(e)));
+    canvas.addEventListener('mouseleave', () => chart.showTip(-1));
+    canvas.addEventListener('blur', () => chart.showTip(-1));
+    canvas.addEventListener('click', (e) => {
+      const m = chart.mark(chart.markAt(e));
+      if (!dragged && m && m.k !== undefined) on.pick(m);
+    });
+  }
+
+  // The keys on the chart: arrows go from mark to mark, Enter or Space picks it, + and - zoom
+  // (when it zooms), Shift and an arrow pan.
+  function wireKeys(canvas, chart, on) {
+    canvas.addEventListener('keydown', (e) => {
+      const [focused, last, frame] = [chart.focused(), chart.marks() - 1, chart.frame()];
+      const to = {ArrowRight: focused + 1, ArrowDown: focused + 1, ArrowLeft: focused - 1,
+        ArrowUp: focused - 1, Home: 0, End: last}[e.key];
+      const span = frame ? frame.x1 - frame.x0 : 0;
+      const middle = frame ? frame.x0 + span / 2 : 0;
+      const m = chart.mark(focused);
+      const zoom = frame && on.zoomTo;
+      if (zoom && (e.key === '+' || e.key === '=')) {
+        on.zoomTo([middle - span / 4, middle + span / 4]);
+      } else if (zoom && e.key === '-') {
+        on.zoomTo(on.zoomed() && [middle - span, middle + span]);
+      } else if (zoom && e.shiftKey && (e.key === 'ArrowLeft' || e.key === 'ArrowRight')) {
+        const shift = (e.key === 'ArrowLeft' ? -span : span) / 4;
+        on.zoomTo([frame.x0 + shift, frame.x1 + shift]);
+      } else if (to !== undefined && last >= 0) {
+        chart.showTip(Math.min(Math.max(to, 0), last));
+        on.redraw();
+      } else if ((e.key === 'Enter' || e.key === ' ') && m && m.k !== undefined) {
+        on.pick(m);
+      } else {
+        return;
+      }
+      e.preventDefault();
+    });
+  }
+
+  // Wires the pointer and the keys of `canvas` to `chart`. on: {pick(mark) for a run's mark,
+  // redraw() after the focus moved, and for a chart that zooms zoomTo([lo, hi] on x, or null
+  // for all) and zoomed() (the zoom now, or null)}.
+  function wire(canvas, chart, on) {
+    wirePointer(canvas, chart, on);
+    wireKeys(canvas, chart, on);
+  }
+
+  return {tipText, create, wire};
 })(typeof PageAxes === 'object' ? PageAxes : require('./axes.js'),
   typeof PageCells === 'object' ? PageCells : require('./cells.js'));
 

@@ -71,12 +71,13 @@ const PageData = ((Cells) => {
   }
 
   // The page's rows from the text of its data element: {n, cols, col (the same by name),
-  // tails (row -> the end of its log, or null when it is left out of the page)}.
+  // tails (row -> the end of its log, or null when it is left out of the page; none when the
+  // page carries no tails)}.
   async function load(json) {
     const data = JSON.parse(json);
     const cols = await Promise.all(data.columns.map((c) => loadColumn(c, data.rows)));
     const col = Object.fromEntries(cols.map((c) => [c.name, c]));
-    const flat = await unpackJson(data.tails);
+    const flat = data.tails ? await unpackJson(data.tails) : [];
     const tails = new Map();
     for (let i = 0; i < flat.length; i += 2) tails.set(flat[i], flat[i + 1]);
     return {n: data.rows, cols, col, tails};

@@ -3,15 +3,19 @@
 'use strict';
 
 const PageHash = ((Cells) => {
-  // The view from the fragment. `known` lists what may appear: {figures, columns, statuses};
-  // a name it does not list, inherited object members included, is ignored, as is any value a
-  // key does not take. `defaults` gives what is missing; an empty sort= is the rows' own order.
+  // The view from the fragment. `known` lists what may appear: {figures, columns, statuses,
+  // and on a compare page classes}; a name it does not list, inherited object members
+  // included, is ignored, as is any value a key does not take. `defaults` gives what is
+  // missing; an empty sort= is the rows' own order. threshold= takes a percentage, a finite
+  // number of 0 or more.
   function readHash(fragment, known, defaults) {
     const p = new URLSearchParams(fragment);
     const pick = (key, allowed) => (allowed.includes(p.get(key)) ? p.get(key) : defaults[key]);
     const sort = p.get('sort') || '';
     const column = sort.replace(/^-/, '');
     const zoom = (p.get('zoom') || '').split(',').map((t) => Cells.parseNumber(t));
+    const threshold = Cells.parseNumber(p.get('threshold') || '');
+    const list = (key, names) => (p.get(key) || '').split(',').filter((s) => names.includes(s));
     return {
       figure: pick('figure', known.figures),
       view: pick('view', ['series', 'rank', 'hist']),
@@ -20,7 +24,9 @@ const PageHash = ((Cells) => {
       sort: known.columns.includes(column) ? column
         : sort === '' && p.has('sort') ? '' : defaults.sort,
       desc: known.columns.includes(column) && sort.startsWith('-'),
-      statuses: (p.get('status') || '').split(',').filter((s) => known.statuses.includes(s)),
+      statuses: list('status', known.statuses),
+      classes: list('class', known.classes || []),
+      threshold: threshold >= 0 ? threshold : defaults.threshold,
       q: p.get('q') || '',
       zoom: zoom.length === 2 && zoom[0] < zoom[1] ? zoom : null,
     };
@@ -36,6 +42,8 @@ const PageHash = ((Cells) => {
       p.set('sort', (state.desc ? '-' : '') + state.sort);
     }
     if (state.statuses.length) p.set('status', state.statuses.join(','));
+    if (state.threshold !== defaults.threshold) p.set('threshold', state.threshold);
+    if (state.classes && state.classes.length) p.set('class', state.classes.join(','));
     if (state.q) p.set('q', state.q);
     if (state.zoom) p.set('zoom', state.zoom.join(','));
     return p.toString().replaceAll('%2C', ',');  // a comma needs no escape in a fragment

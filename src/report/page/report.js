@@ -1,4 +1,4 @@
-// The wiring of the page that tabrun --html writes: it loads the rows (PageData), keeps the
+// The wiring of the page that tabrun --html writes (the page with #runs): it loads the rows (PageData), keeps the
 // view (what the controls and the URL's fragment say), and hands each part what it shows: the
 // chart (PageChart) its scene, the table (PageTable) its rows in order, the header and the
 // summary their counts (PageStats). Each control has one small function that wires it. Text
@@ -271,14 +271,6 @@
 
   // ---- Saving
 
-  function save(blob, name) {
-    const a = document.createElement('a');
-    a.href = URL.createObjectURL(blob);
-    a.download = name;
-    a.click();
-    setTimeout(() => URL.revokeObjectURL(a.href), 60000);
-  }
-
   // The chart as a PNG, under a title that names the page and the figure.
   function png() {
     const canvas = $('chart');
@@ -297,12 +289,12 @@
     ctx.fillText(`${document.title}: ${state.figure}, ${kind}`, 8, 8);
     ctx.setTransform(1, 0, 0, 1, 0, 0);
     ctx.drawImage(canvas, 0, Math.round(28 * ratio));
-    out.toBlob((b) => save(b, 'tabrun-chart.png'));
+    out.toBlob((b) => PageTable.save(b, 'tabrun-chart.png'));
   }
 
   function csv() {
     const text = PageCells.csvText(data.cols, table.rows());
-    save(new Blob([text], {type: 'text/csv'}), 'tabrun-rows.csv');
+    PageTable.save(new Blob([text], {type: 'text/csv'}), 'tabrun-rows.csv');
   }
 
   // ---- Wiring
@@ -334,57 +326,6 @@
         refilter();
       });
     }
-  }
-
-  // Dragging across the chart zooms to the dragged range; a click picks a point.
-  function wirePointer(canvas) {
-    let dragFrom = null;
-    let dragged = false;
-    const canvasX = (e) => e.clientX - canvas.getBoundingClientRect().left;
-    canvas.addEventListener('mousedown', (e) => { dragFrom = canvasX(e); dragged = false; });
-    window.addEventListener('mouseup', (e) => {
-      if (dragFrom !== null && Math.abs(canvasX(e) - dragFrom) >= 6 && chart.frame()) {
-        dragged = true;
-        zoomTo([chart.xAt(dragFrom), chart.xAt(canvasX(e))].sort((a, b) => a - b));
-      }
-      dragFrom = null;
-    });
-    canvas.addEventListener('mousemove', (e) => chart.showTip(chart.markAt(e)));
-    canvas.addEventListener('mouseleave', () => chart.showTip(-1));
-    canvas.addEventListener('blur', () => chart.showTip(-1));
-    canvas.addEventListener('click', (e) => {
-      const m = chart.mark(chart.markAt(e));
-      if (!dragged && m && m.k !== undefined) select(scene.layers[m.layer].rows[m.k], true);
-    });
-  }
-
-  // The keys on the chart: arrows go from mark to mark, Enter or Space shows its row, + and -
-  // zoom, Shift and an arrow pan.
-  function wireKeys(canvas) {
-    canvas.addEventListener('keydown', (e) => {
-      const [focused, last, frame] = [chart.focused(), chart.marks() - 1, chart.frame()];
-      const to = {ArrowRight: focused + 1, ArrowDown: focused + 1, ArrowLeft: focused - 1,
-        ArrowUp: focused - 1, Home: 0, End: last}[e.key];
-      const span = frame ? frame.x1 - frame.x0 : 0;
-      const middle = frame ? frame.x0 + span / 2 : 0;
-      const m = chart.mark(focused);
-      if (frame && (e.key === '+' || e.key === '=')) {
-        zoomTo([middle - span / 4, middle + span / 4]);
-      } else if (frame && e.key === '-') {
-        zoomTo(state.zoom && [middle - span, middle + span]);
-      } else if (frame && e.shiftKey && (e.key === 'ArrowLeft' || e.key === 'ArrowRight')) {
-        const shift = (e.key === 'ArrowLeft' ? -span : span) / 4;
-        zoomTo([frame.x0 + shift, frame.x1 + shift]);
-      } else if (to !== undefined && last >= 0) {
-        chart.showTip(Math.min(Math.max(to, 0), last));
-        redraw();
-      } else if ((e.key === 'Enter' || e.key === ' ') && m && m.k !== undefined) {
-        select(scene.layers[m.layer].rows[m.k], true);
-      } else {
-        return;
-      }
-      e.preventDefault();
-    });
   }
 
   // Redraws on a new size or scheme; prints every listed failure with its end, and puts them
@@ -460,8 +401,8 @@
     $('runs').hidden = false;
     wireControls();
     wireFilters();
-    wirePointer($('chart'));
-    wireKeys($('chart'));
+    PageChart.wire($('chart'), chart, {zoomTo, redraw, zoomed: () => state.zoom,
+      pick: (m) => select(scene.layers[m.layer].rows[m.k], true)});
     wireWindow();
     refilter();
     restoreLive();
@@ -470,6 +411,8 @@
     performance.mark('data-ready');
   }
 
+  // The page of tabrun --compare shows its rows itself (compare.js).
+  if (!$('runs')) return;
   main().catch((error) => {
     const p = document.createElement('p');
     p.textContent = `This page could not show its rows: ${error}`;

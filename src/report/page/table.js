@@ -1,7 +1,8 @@
 // The table of the rows: its header of sort buttons, PAGE_ROWS rows at a time with a pager,
 // and the detail of the selected row under it. It shows the columns it is given, whatever they
-// are; a derived column (a number per row) is one more column. Text from the batch is only
-// ever set as text (textContent), never as markup.
+// are; a derived column (a number per row) is one more column, and a column may have a `label`
+// for its header and a `format(value)` for its cells. Text from the batch is only ever set as
+// text (textContent), never as markup.
 'use strict';
 
 const PageTable = ((Cells) => {
@@ -104,7 +105,7 @@ const PageTable = ((Cells) => {
     if (c.type === 'number') th.className = 'num';
     const button = document.createElement('button');
     button.type = 'button';
-    button.textContent = c.name;
+    button.textContent = c.label || c.name;
     button.addEventListener('click', () => onSort(c.name));
     th.append(button);
     return th;
@@ -129,7 +130,7 @@ const PageTable = ((Cells) => {
     tr.classList.toggle('sel', row === selected);
     cols.forEach((c, i) => {
       const td = tr.cells[i];
-      const text = Cells.cellText(c, row);
+      const text = c.format ? c.format(c.data[row]) : Cells.cellText(c, row);
       if (i === 0) {
         td.firstChild.textContent = text;
         td.firstChild.setAttribute('aria-pressed', row === selected);
@@ -146,7 +147,16 @@ const PageTable = ((Cells) => {
     });
   }
 
-  return {PAGE_ROWS, pageLabel, detailNote, create};
+  // Saves `blob` as a download named `name`.
+  function save(blob, name) {
+    const a = document.createElement('a');
+    a.href = URL.createObjectURL(blob);
+    a.download = name;
+    a.click();
+    setTimeout(() => URL.revokeObjectURL(a.href), 60000);
+  }
+
+  return {PAGE_ROWS, pageLabel, detailNote, create, save};
 })(typeof PageCells === 'object' ? PageCells : require('./cells.js'));
 
 if (typeof module === 'object' && module) module.exports = PageTable;

@@ -1,0 +1,162 @@
+#include "analysis/compare.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "analysis/natural_order.h"
+
+namespace tabrun {
+namespace {
+
+TEST(NaturalOrderTest, NamesInTheOrderOfThePage) {
+  // In order, as the page's natural order sorts them: numbers by value wherever they stand,
+  // as a '0' against other text; equal keys by the bytes.
+  const std::vector<std::string> sorted = {
+      "", "T05K", "T5K", "T10K", "T12.25K", "T12.5K", "T100K", "T100K.b", "Ta", "a1.10", "a1.2.3",
+      "a1.2.10", "a2", "a10", "b", "n2/S12_t9", "n2/S12_t10", "n10/S1_t1",
+      // 1e16 and ...01 are one double; ...02 is the next one.
+      "r10000000000000000", "r10000000000000001", "r10000000000000002", "x" + std::string(399, '9'),
+      "\xc3\xa9"};
+  std::vector<std::string> names(sorted.rbegin(), sorted.rend());
+  std::stable_sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
+    return NaturalLess(NaturalKey(a), a, NaturalKey(b), b);
+  });
+  EXPECT_EQ(names, sorted);
+}
+
+TEST(NaturalOrderTest, NumbersInAText) {
+  const struct {
+    const char* text;
+    std::vector<double> numbers;
+  } cases[] = {
+      {"", {}},
+      {"T.5K", {5}},
+      {"a1.2.3", {1.2, 3}},
+      {"x12.y", {12}},
+      {"007.50", {7.5}},
+      {"1e5", {1, 5}},
+      {"run10000000000000001", {1e16}},
+  };
+  for (const auto& c : cases) {
+    std::vector<double> found;
+    NumberInText number;
+    for (std::size_t at = 0; NextNumber(c.text, at, &number); at = number.end) {
+      found.push_back(number.value);
+    }
+    EXPECT_EQ(found, c.numbers) << c.text;
+  }
+  EXPECT_EQ(NameNumber("runs/T12.5K.log"), 12.5);
+  EXPECT_EQ(NameNumber("9/x.log"), std::nullopt);
+  EXPECT_EQ(NameNumber(std::string(400, '9')), std::nullopt);  // no double holds it
+}
+
+// A batch of runs: each name with a status and a chi2.
+BatchRuns Batch(const std::vector<std::pair<std::string, RunStatus>>& runs) {
+  BatchRuns batch;
+  for (const auto& [name, status] : runs) {
+    RunRow row;
+    row.scan.status = status;
+    row.scan.figures.chi2 = 1;
+    batch.Add(name, row);
+  }
+  return batch;
+}
+
+// The pairs as "name:side" texts, the name taken from the batch the pair points into.
+std::string Describe(const Pairing& pairing, const BatchRuns& before, const BatchRuns& after) {
+  if (pairing.twice) {
+    return "twice " + *pairing.twice +
+           (pairing.twice_in == PairSide::kAfter ? " after" : " before");
+  }
+  std::string text;
+  for (const RunPair& pair : pairing.pairs) {
+    const char* const kSides[] = {"both", "before", "after"};
+    const std::string_view name =
+        pair.side == PairSide::kAfter ? after.name(pair.after) : before.name(pair.before);
+    if (pair.side == PairSide::kBoth && before.name(pair.before) != after.name(pair.after)) {
+      text += "(mismatch) ";
+    }
+    text += std::string(name) + ":" + kSides[static_cast<int>(pair.side)] + " ";
+  }
+  return text;
+}
+
+TEST(CompareTest, PairsByNameInNaturalOrder) {
+  constexpr RunStatus kOk = RunStatus::kOk;
+  const struct {
+    std::vector<std::pair<std::string, RunStatus>> before, after;
+    const char* pairs;
+  } cases[] = {
+      {{}, {}, ""},
+      {{{"T10K.log", kOk}, {"T4K.log", kOk}},
+       {{"T4K.log", kOk}, {"T10K.log", kOk}},
+       "T4K.log:both T10K.log:both "},
+      // Names one side only, before and after the names of both and between them.
+      {{{"a.log", kOk}, {"c.log", kOk}, {"e.log", kOk}},
+       {{"b.log", kOk}, {"c.log", kOk}, {"d.log", kOk}, {"f.log", kOk}},
+       "a.log:before b.log:after c.log:both d.log:after e.log:before f.log:after "},
+      // No name in common.
+      {{{"x1", kOk}}, {{"x2", kOk}}, "x1:before x2:after "},
+      // Names that one number apart are two names, next to each other.
+      {{{"T5K", kOk}}, {{"T05K", kOk}, {"T5K", kOk}}, "T05K:after T5K:both "},
+      {{{"b", kOk}, {"a", kOk}, {"b", kOk}}, {}, "twice b before"},
+      {{{"a", kOk}}, {{"T2", kOk}, {"T02", kOk}, {"T2", kOk}}, "twice T2 after"},
+  };
+  for (const auto& c : cases) {
+    const BatchRuns before = Batch(c.before);
+    const BatchRuns after = Batch(c.after);
+    EXPECT_EQ(Describe(PairRuns(before, after), before, after), c.pairs) << c.pairs;
+  }
+}
+
+TEST(CompareTest, KeepsStatusAndFigures) {
+  RunRow row;
+  row.scan.status = RunStatus::kNoCpu;
+  row.scan.figures.rf = 2.5;
+  row.scan.cpu_seconds = 0;
+  RunRow unreadable = row;
+  unreadable.problem = ReadProblem::kMissing;
+  BatchRuns batch;
+  batch.Add("a", row);
+  batch.Add("b", unreadable);
+  EXPECT_EQ(batch.status(0), RunStatus::kNoCpu);
+  EXPECT_EQ(batch.figure(0, Figure::kRf), 2.5);
+  EXPECT_EQ(batch.figure(0, Figure::kCpuSeconds), 0.0);
+  EXPECT_EQ(batch.figure(0, Figure::kRf2w), std::nullopt);
+  EXPECT_EQ(batch.status(1), RunStatus::kUnreadable);
+  EXPECT_EQ(batch.figure(1, Figure::kRf), std::nullopt);
+}
+
+TEST(CompareTest, Change) {
+  constexpr double kMax = std::numeric_limits<double>::max();
+  const std::optional<double> kNone;
+  const struct {
+    std::optional<double> before, after, change, relative;
+  } cases[] = {
+      {3.4, 1.6, 1.6 - 3.4, (1.6 - 3.4) / 3.4},  // better
+      {1.5, 2.4, 2.4 - 1.5, (2.4 - 1.5) / 1.5},  // worse
+      {2, 2, 0, 0},
+      {-2, -1, 1, 0.5},  // relative to |before|
+      {kNone, 2, kNone, kNone},
+      {2, kNone, kNone, kNone},
+      {0, 0, 0, 0},
+      {0, 1, 1, kNone},
+      {kMax, -kMax, kNone, kNone},  // beyond a double
+      {1e-300, 1e300, 1e300, kNone},
+  };
+  for (const auto& c : cases) {
+    const Change change = ChangeOf(c.before, c.after);
+    EXPECT_EQ(change.change, c.change) << c.before.value_or(NAN) << " " << c.after.value_or(NAN);
+    EXPECT_EQ(change.relative, c.relative)
+        << c.before.value_or(NAN) << " " << c.after.value_or(NAN);
+  }
+  EXPECT_FALSE(std::signbit(*ChangeOf(0.0, -0.0).change));
+}
+
+}  // namespace
+}  // namespace tabrun

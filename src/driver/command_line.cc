@@ -9,7 +9,7 @@
 namespace tabrun {
 namespace {
 
-enum class Option { kCsv, kJson, kHtml, kJobs, kHelp, kVersion };
+enum class Option { kCsv, kJson, kHtml, kFromRows, kJobs, kHelp, kVersion };
 
 struct LongOption {
   std::string_view name;  // without "--"
@@ -19,9 +19,10 @@ struct LongOption {
 
 // An ambiguous abbreviation lists its possibilities in this order.
 constexpr LongOption kLongOptions[] = {
-    {"csv", Option::kCsv, false},   {"json", Option::kJson, false},
-    {"html", Option::kHtml, false}, {"jobs", Option::kJobs, true},
-    {"help", Option::kHelp, false}, {"version", Option::kVersion, false},
+    {"csv", Option::kCsv, false},         {"json", Option::kJson, false},
+    {"html", Option::kHtml, false},       {"from-rows", Option::kFromRows, false},
+    {"jobs", Option::kJobs, true},        {"help", Option::kHelp, false},
+    {"version", Option::kVersion, false},
 };
 
 // What the options read so far ask for.
@@ -31,6 +32,7 @@ struct Asked {
   Command mode = Command::kRun;
   std::string_view mode_option;  // the option that chose `mode`
   std::string conflict;          // the first two different modes, said as an error
+  bool from_rows = false;
   int jobs = 0;
 };
 
@@ -54,6 +56,9 @@ std::string Take(Option option, std::string_view argument, Asked* asked) {
       return {};
     case Option::kVersion:
       asked->version = true;
+      return {};
+    case Option::kFromRows:
+      asked->from_rows = true;
       return {};
     case Option::kJobs:
       asked->jobs = JobsOf(argument);
@@ -203,14 +208,18 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSynt
   if (asked.help) return {Command::kHelp, {}, 0, {}, {}};
   if (asked.version) return {Command::kVersion, {}, 0, {}, {}};
   if (!asked.conflict.empty()) return UsageError(std::move(asked.conflict));
+  if (asked.from_rows && asked.mode == Command::kRun) {
+    return UsageError("option '--from-rows' needs '--csv', '--json' or '--html'");
+  }
   CommandLine line;
   line.jobs = asked.jobs;
+  line.from_rows = asked.from_rows;
   if (asked.mode == Command::kRun) {
     if (operands.empty()) return line;
     const std::string& operand = operands.front();
     return UsageError("extra operand '" + operand + "'", ExtraOperandHint(operand, shell));
   }
-  if (operands.empty()) operands.emplace_back(".");
+  if (operands.empty()) operands.emplace_back(asked.from_rows ? "-" : ".");
   line.command = asked.mode;
   line.paths = std::move(operands);
   return line;
@@ -221,6 +230,7 @@ std::string HelpText() {
          "       tabrun --csv [-j N] [PATH]...\n"
          "       tabrun --json [-j N] [PATH]...\n"
          "       tabrun --html [-j N] [PATH]... > report.html\n"
+         "       tabrun --csv|--json|--html --from-rows [FILE]...\n"
          "\n"
          "Without operands, in a directory that holds the *.log files of a batch of\n"
          "refinement runs: lists them into list_log (with \"ls -l *.log > list_log\"),\n"
@@ -239,10 +249,16 @@ std::string HelpText() {
          "table to sort and filter, and the last lines of every failed log. Any file name\n"
          "and any number of logs work.\n"
          "\n"
+         "With --from-rows, each FILE holds rows that tabrun --csv or --json wrote, such\n"
+         "as the shards of a campaign, and these are written instead of the rows of logs:\n"
+         "one CSV or JSON file, or one page, from all of them, in the order given.\n"
+         "\n"
          "Options:\n"
          "  --csv          one CSV row per log, after a header row\n"
          "  --json         one JSON object per log and line (JSON Lines)\n"
          "  --html         one self-contained HTML page\n"
+         "  --from-rows    read rows that tabrun --csv or --json wrote from each FILE\n"
+         "                 (default -, standard input) instead of logs\n"
          "  -j, --jobs=N   read N logs at a time (default: the CPUs tabrun may use;\n"
          "                 more pay off on a network file system); output is the same\n"
          "  -h, --help     print this help and exit\n"

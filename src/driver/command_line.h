@@ -34,6 +34,8 @@ struct CommandLine {
   // For kUsageError: a line, without "tabrun: ", that says what to type instead, to be written
   // as it is (ExtraOperandHint's); may be empty.
   std::string hint;
+  // --from-rows: the paths are files of rows that tabrun wrote ("-" when none is given).
+  bool from_rows = false;
 };
 
 // Reads the arguments that follow the program's name, UTF-8 strings, the way GNU tools read
@@ -46,7 +48,7 @@ struct CommandLine {
 // option ends the reading. -h, --help or --version anywhere wins over everything else but an
 // option error. Paths are taken only with --csv, --json or --html; one of them may be given any
 // number of times, but not two different ones. An operand without one of them is an error
-// whose hint is ExtraOperandHint's for `shell`.
+// whose hint is ExtraOperandHint's for `shell`. --from-rows goes with one of them only.
 CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSyntax shell);
 
 // What to type in `shell` to read the logs of the directory `operand`, given without --csv, as

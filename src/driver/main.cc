@@ -32,6 +32,12 @@ int UsageError(const tabrun::CommandLine& command_line) {
   return tabrun::kUsageExitStatus;
 }
 
+// The rows of the logs, or of the row files, in `format`.
+int Direct(tabrun::RowFormat format, const tabrun::CommandLine& line, int jobs) {
+  if (line.from_rows) return tabrun::RunFromRows(format, line.paths);
+  return tabrun::RunDirect(format, line.paths, jobs);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -46,11 +52,11 @@ int main(int argc, char** argv) {
       tabrun::os::IgnoreBrokenPipe();
       return tabrun::RunBatch(jobs);
     case tabrun::Command::kCsv:
-      return tabrun::RunDirect(tabrun::RowFormat::kCsv, line.paths, jobs);
+      return Direct(tabrun::RowFormat::kCsv, line, jobs);
     case tabrun::Command::kJson:
-      return tabrun::RunDirect(tabrun::RowFormat::kJson, line.paths, jobs);
+      return Direct(tabrun::RowFormat::kJson, line, jobs);
     case tabrun::Command::kHtml:
-      return tabrun::RunDirect(tabrun::RowFormat::kHtml, line.paths, jobs);
+      return Direct(tabrun::RowFormat::kHtml, line, jobs);
     case tabrun::Command::kHelp:
       return Print(tabrun::HelpText());
     case tabrun::Command::kVersion:

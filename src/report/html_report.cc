@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "recio/civil_time.h"
+#include "recio/number.h"
 #include "report/escape.h"
 #include "report/page_assets.h"
 
@@ -16,21 +17,11 @@ namespace {
 // How many PATHs the header names; a shell glob can give thousands.
 constexpr std::size_t kNamedPaths = 10;
 
-constexpr std::size_t ColumnIndex(std::string_view name) {
-  std::size_t i = 0;
-  while (kColumnNames[i] != name) ++i;
-  return i;
-}
-constexpr std::size_t kKindColumn = ColumnIndex("kind");
-constexpr std::size_t kStatusColumn = ColumnIndex("status");
-
-// The figures whose best run the header names, the first one that any row has.
+// The figures whose best run the header names, the first one that any row has; the last is
+// also summed for the total CPU time.
 constexpr const char* kBestNames[] = {"chi2", "rf2", "cpu_seconds"};
-std::optional<double> BestField(const RunRow& row, std::size_t k) {
-  if (row.problem != ReadProblem::kNone) return {};
-  const RunScan& scan = row.scan;
-  return k == 0 ? scan.figures.chi2 : k == 1 ? scan.figures.rf2 : scan.cpu_seconds;
-}
+constexpr std::size_t kBestColumns[] = {ColumnIndex(kBestNames[0]), ColumnIndex(kBestNames[1]),
+                                        ColumnIndex(kBestNames[2])};
 
 // The chart and the table; the page's script fills them and shows them.
 constexpr std::string_view kViews = R"(<main>
@@ -106,16 +97,37 @@ std::string TimeText(std::int64_t seconds) {
 // none), or a JSON array of strings.
 enum Type { kCode, kNumber, kText };
 Type ColumnType(std::size_t column) {
-  static const auto kTypes = [] {
-    std::array<Type, kColumns> types;
-    std::size_t i = 0;
-    ForEachCell(RunRow(), [&](std::string_view, bool number) {
-      types[i] = i == kKindColumn || i == kStatusColumn ? kCode : number ? kNumber : kText;
-      ++i;
-    });
-    return types;
-  }();
-  return kTypes[column];
+  if (column == kKindColumn || column == kStatusColumn) return kCode;
+  return IsNumberColumn(column) ? kNumber : kText;
+}
+
+// The cells of a row of either kind, with its status and kind (RunRow has them in its scan,
+// WrittenRow as they were read).
+template <typename Row>
+HtmlReport::Cells EncodeCells(const Row& row, RunStatus status, RunKind kind) {
+  HtmlReport::Cells encoded;
+  encoded.status = status;
+  std::string& text = encoded.text;
+  std::size_t i = 0;
+  ForEachCell(row, [&](std::string_view cell, bool number) {
+    encoded.start[i] = static_cast<std::uint32_t>(text.size());
+    if (i == kStatusColumn) {
+      text.push_back(static_cast<char>(status));
+    } else if (i == kKindColumn) {
+      text.push_back(static_cast<char>(kind));
+    } else {
+      text.push_back(',');
+      if (number) {
+        text.append(cell);
+      } else {
+        AppendJsonString(cell, &text);
+      }
+    }
+    if (i == kReasonColumn && status != RunStatus::kOk) encoded.reason = cell;
+    ++i;
+  });
+  encoded.start[kColumns] = static_cast<std::uint32_t>(text.size());
+  return encoded;
 }
 
 template <std::size_t... Column>
@@ -136,9 +148,10 @@ std::string JsonList(const char* const (&names)[N]) {
 
 }  // namespace
 
-HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
+HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at, Input input)
     : paths_(std::move(paths)),
       made_at_(made_at),
+      input_(input),
       columns_(PackedColumns(std::make_index_sequence<kColumns>())) {
   for (std::size_t i = 0; i < kColumns; ++i) {
     if (ColumnType(i) == kText) columns_[i].Append("[");
@@ -147,54 +160,50 @@ HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at)
 }
 
 HtmlReport::Cells HtmlReport::Encode(const RunRow& row) {
-  Cells encoded;
+  const bool read = row.problem == ReadProblem::kNone;
+  Cells encoded = EncodeCells(row, row.status(), read ? row.scan.kind : RunKind::kNone);
+  if (read) {
+    encoded.figures = {row.scan.figures.chi2, row.scan.figures.rf2, row.scan.cpu_seconds};
+  }
   const std::vector<std::string>& tail = row.scan.tail;
   for (std::size_t i = 0; i < tail.size(); ++i) {
     encoded.tail.append(i == 0 ? "" : "\n").append(tail[i]);
   }
   if (!tail.empty()) AppendJsonString(encoded.tail, &encoded.tail_json);
-  std::string& text = encoded.text;
-  std::size_t i = 0;
-  ForEachCell(row, [&](std::string_view cell, bool number) {
-    encoded.start[i] = static_cast<std::uint32_t>(text.size());
-    if (i == kStatusColumn) {
-      text.push_back(static_cast<char>(row.status()));
-    } else if (i == kKindColumn) {
-      text.push_back(
-          static_cast<char>(row.problem == ReadProblem::kNone ? row.scan.kind : RunKind::kNone));
-    } else {
-      text.push_back(',');
-      if (number) {
-        text.append(cell);
-      } else {
-        AppendJsonString(cell, &text);
-      }
-    }
-    ++i;
-  });
-  encoded.start[kColumns] = static_cast<std::uint32_t>(text.size());
   return encoded;
 }
 
-void HtmlReport::Add(const RunRow& row, const Cells& cells) {
+HtmlReport::Cells HtmlReport::Encode(const WrittenRow& row) {
+  Cells encoded = EncodeCells(row, row.status, row.kind);
+  for (std::size_t k = 0; k < encoded.figures.size(); ++k) {
+    double value = 0;
+    if (ReadReal(row.cells[kBestColumns[k]], &value) == RealReadResult::kValue) {
+      encoded.figures[k] = value;
+    }
+  }
+  if (row.status != RunStatus::kOk) encoded.last_record = row.cells[kLastRecordColumn];
+  return encoded;
+}
+
+void HtmlReport::Add(std::string_view log, const Cells& cells) {
   const std::string_view text = cells.text;
   for (std::size_t i = 0; i < kColumns; ++i) {
     // The first row's cells have no comma before them.
     const std::uint32_t from = cells.start[i] + (rows_ == 0 && ColumnType(i) != kCode ? 1 : 0);
     columns_[i].Append(text.substr(from, cells.start[i + 1] - from));
   }
-  const char status = text[cells.start[kStatusColumn]];
-  ++counts_[static_cast<std::size_t>(status)];
-  if (const std::optional<double> cpu = BestField(row, 2)) cpu_total_ += *cpu;
+  ++counts_[static_cast<std::size_t>(cells.status)];
+  if (const std::optional<double> cpu = cells.figures[2]) cpu_total_ += *cpu;
   for (std::size_t k = 0; k < best_.size(); ++k) {
-    const std::optional<double> value = BestField(row, k);
-    if (value && (!best_[k].value || *value < *best_[k].value)) best_[k] = {value, row.log};
+    const std::optional<double> value = cells.figures[k];
+    if (value && (!best_[k].value || *value < *best_[k].value))
+      best_[k] = {value, std::string(log)};
   }
-  if (status != 0) AddFailure(row, cells);
+  if (cells.status != RunStatus::kOk) AddFailure(log, cells);
   ++rows_;
 }
 
-void HtmlReport::AddFailure(const RunRow& row, const Cells& cells) {
+void HtmlReport::AddFailure(std::string_view log, const Cells& cells) {
   const bool listed = ++failures_ <= kListedFailures;
   // The tail as the page holds it: HTML text in a listed failure, a JSON string otherwise;
   // none is made once the budget is spent.
@@ -212,10 +221,11 @@ void HtmlReport::AddFailure(const RunRow& row, const Cells& cells) {
     any_tail_ = true;
   }
   if (!listed) return;
-  listed_ += std::string("<details><summary><b>") + StatusName(row.status()) + "</b> <code>" +
-             Html(row.log) + "</code>";
-  if (const std::string reason = ReasonText(row); !reason.empty()) listed_ += ": " + Html(reason);
+  listed_ += std::string("<details><summary><b>") + StatusName(cells.status) + "</b> <code>" +
+             Html(log) + "</code>";
+  if (!cells.reason.empty()) listed_ += ": " + Html(cells.reason);
   listed_ += "</summary>";
+  if (!cells.last_record.empty()) listed_ += "<pre>\n" + Html(cells.last_record) + "</pre>";
   // The parser drops a line feed right after <pre>: with one written first, a tail that
   // starts with an empty record keeps it.
   if (kept) listed_ += "<pre id=\"tail-" + std::to_string(rows_) + "\">\n" + text + "</pre>";
@@ -225,6 +235,7 @@ void HtmlReport::AddFailure(const RunRow& row, const Cells& cells) {
 
 std::string HtmlReport::Header() const {
   std::string html = "<header>\n<h1>tabrun report</h1>\n<p>Batch";
+  if (input_ == Input::kRows) html += " from the rows in";
   for (std::size_t i = 0; i < paths_.size() && i < kNamedPaths; ++i) {
     html += " <code>" + Html(paths_[i]) + "</code>";
   }
@@ -256,12 +267,17 @@ std::string HtmlReport::Header() const {
 std::string HtmlReport::FailedRuns() const {
   std::string html = "<section id=\"failed\">\n<h2>Failed runs</h2>\n<p>";
   if (failures_ == 0) return html + "No run failed.</p>\n</section>\n</main>\n";
+  const bool rows = input_ == Input::kRows;
   html += Grouped(failures_) + (failures_ == 1 ? " run" : " runs") +
-          " did not end with status ok. Open one to see the last records of its log.</p>\n" +
-          listed_;
+          " did not end with status ok. " +
+          (rows ? "This page was made from rows, which hold no more of a log than its last "
+                  "record: open one to see it."
+                : "Open one to see the last records of its log.") +
+          "</p>\n" + listed_;
   if (failures_ > kListedFailures) {
     html += "<p>" + Grouped(failures_ - kListedFailures) +
-            " more in the table: select one there to see the end of its log.</p>\n";
+            " more in the table: select one there to see " +
+            (rows ? "its last record" : "the end of its log") + ".</p>\n";
   }
   if (tails_left_out_ != 0) {
     html += "<p>The ends of " + Grouped(tails_left_out_) +
@@ -273,7 +289,7 @@ std::string HtmlReport::FailedRuns() const {
 void HtmlReport::WriteData(const PageSink& sink) {
   constexpr const char* kTypeNames[] = {"code", "number", "text"};
   sink("<script type=\"application/json\" id=\"data\">{\"rows\":" + std::to_string(rows_) +
-       ",\"columns\":[");
+       (input_ == Input::kRows ? ",\"from_rows\":true" : "") + ",\"columns\":[");
   for (std::size_t i = 0; i < kColumns; ++i) {
     std::string head = i == 0 ? "{\"name\":" : ",{\"name\":";
     AppendJsonString(kColumnNames[i], &head);

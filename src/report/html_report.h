@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "report/packed_text.h"
@@ -36,28 +37,40 @@ class HtmlReport {
   // before compression; the page leaves out those that come after and says how many.
   static constexpr std::uint64_t kTailBudget = 3'000'000;
 
-  // `paths` are the PATH operands as given; `made_at` is when the report was made, in seconds
-  // since the epoch (UTC).
-  HtmlReport(std::vector<std::string> paths, std::int64_t made_at);
+  // Where the rows come from: the logs, or rows that tabrun wrote (WrittenRow), which hold no
+  // more of a failed log than its last record. The page says which.
+  enum class Input { kLogs, kRows };
+
+  // `paths` are the PATH operands as given (the row files for kRows); `made_at` is when the
+  // report was made, in seconds since the epoch (UTC).
+  HtmlReport(std::vector<std::string> paths, std::int64_t made_at, Input input = Input::kLogs);
 
   // The cells of `row` as the page's columns carry them: one byte of code for the kind and the
   // status (the value of its enum), a comma and JSON text for the others; cell i is
-  // text[start[i], start[i + 1]). And the end of its log: row.scan.tail, which the scan of a
-  // failed log makes with ScanWants::tail_records = kTailRecords.
+  // text[start[i], start[i + 1]). Beside them, what the header and the failed runs take from
+  // the row; and the end of its log: row.scan.tail, which the scan of a failed log makes with
+  // ScanWants::tail_records = kTailRecords. A row read back has no tail, but its last record.
   struct Cells {
     std::string text;
     std::array<std::uint32_t, kColumns + 1> start{};
+    RunStatus status = RunStatus::kOk;
+    std::array<std::optional<double>, 3> figures;  // chi2, rf2 and cpu_seconds
+    // For a run whose status is not ok: its reason cell, and for a row read back its
+    // last_record cell.
+    std::string reason;
+    std::string last_record;
     std::string tail;       // the records joined by line feeds
     std::string tail_json;  // the same as a JSON string, empty when there is no tail
     bool has_tail() const { return !tail_json.empty(); }
   };
-  // It depends on nothing else, so that the threads that read the logs can make the cells and
+  // They depend on nothing else, so that the threads that read the logs can make the cells and
   // spare the one that writes.
   static Cells Encode(const RunRow& row);
+  static Cells Encode(const WrittenRow& row);
 
-  // Adds the row of the next log, with its cells as Encode makes them; rows come in the order
-  // the page lists them, from one thread. REQUIRES: WritePage has not been called.
-  void Add(const RunRow& row, const Cells& cells);
+  // Adds the row of the next log, named `log`, with its cells as Encode makes them; rows come
+  // in the order the page lists them, from one thread. REQUIRES: WritePage has not been called.
+  void Add(std::string_view log, const Cells& cells);
 
   // Writes the whole page to `sink`, in pieces. REQUIRES: called once, after the last Add.
   void WritePage(const PageSink& sink);
@@ -69,13 +82,14 @@ class HtmlReport {
     std::string log;
   };
 
-  void AddFailure(const RunRow& row, const Cells& cells);
+  void AddFailure(std::string_view log, const Cells& cells);
   std::string Header() const;
   std::string FailedRuns() const;
   void WriteData(const PageSink& sink);
 
   const std::vector<std::string> paths_;
   const std::int64_t made_at_;
+  const Input input_;
   std::uint64_t rows_ = 0;
   std::array<std::uint64_t, std::size(kStatusNames)> counts_{};
   double cpu_total_ = 0;

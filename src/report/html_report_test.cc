@@ -45,7 +45,7 @@ std::string PageOf(std::vector<RunRow> rows,
   HtmlReport report(std::move(paths), made_at);
   for (std::size_t i = 0; i < rows.size(); ++i) {
     if (i < tails.size()) rows[i].scan.tail = tails[i];
-    report.Add(rows[i], HtmlReport::Encode(rows[i]));
+    report.Add(rows[i].log, HtmlReport::Encode(rows[i]));
   }
   std::string page;
   report.WritePage([&page](std::string_view piece) { page.append(piece); });

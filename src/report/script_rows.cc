@@ -108,7 +108,20 @@ std::string CsvHeader() {
   return header + '\n';
 }
 
-std::string CsvRow(const RunRow& row) {
+bool IsNumberColumn(std::size_t column) {
+  static const auto kNumbers = [] {
+    std::array<bool, kColumns> numbers{};
+    std::size_t i = 0;
+    ForEachCell(RunRow(), [&](std::string_view, bool number) { numbers[i++] = number; });
+    return numbers;
+  }();
+  return kNumbers[column];
+}
+
+namespace {
+
+template <typename Row>
+std::string CsvLine(const Row& row) {
   std::string line;
   line.reserve(kRowRoom);
   // Every field but the first follows a comma, however many before it are empty.
@@ -120,7 +133,8 @@ std::string CsvRow(const RunRow& row) {
   return line;
 }
 
-std::string JsonRow(const RunRow& row) {
+template <typename Row>
+std::string JsonLine(const Row& row) {
   std::string line;
   line.reserve(kRowRoom);
   std::size_t i = 0;
@@ -138,5 +152,12 @@ std::string JsonRow(const RunRow& row) {
   line.append("}\n");
   return line;
 }
+
+}  // namespace
+
+std::string CsvRow(const RunRow& row) { return CsvLine(row); }
+std::string CsvRow(const WrittenRow& row) { return CsvLine(row); }
+std::string JsonRow(const RunRow& row) { return JsonLine(row); }
+std::string JsonRow(const WrittenRow& row) { return JsonLine(row); }
 
 }  // namespace tabrun

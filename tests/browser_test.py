@@ -2,8 +2,9 @@
 on a batch with every status, hostile names and hostile log ends: it loads from file:// without
 a console error or a request, its header counts and filters agree with the rows of tabrun --csv,
 it sorts, shows tails and names chart points, exports the rows as --csv writes them, and runs
-nothing hostile; on figures at the ends of the doubles its axes and bins hold; at 300,000 rows
-its orders are right. Saves report_test.png (Chromium) and report_test_firefox.png in OUT_DIR.
+nothing hostile; the page of the same rows read back holds them and shows last records; on
+figures at the ends of the doubles its axes and bins hold; at 300,000 rows its orders are right.
+Saves report_test.png (Chromium) and report_test_firefox.png in OUT_DIR.
 
 Usage: /usr/bin/python3 tests/browser_test.py TABRUN OUT_DIR [chromium|firefox]
 Exits 77 (skipped) at the first browser missing (by default both are tried), unless
@@ -312,6 +313,22 @@ def check_page(driver, page, batch, csv_text, out_dir):
     print(f"browser test in {driver.browser}: {len(truth)} rows checked; screenshot in {shot}")
 
 
+def check_rows_page(driver, page, csv_text):
+    """The page of the same rows read back with --from-rows: the same rows, and a failed run's
+    last record where the page of the logs shows the end of its log, which it says."""
+    open_page(driver, page + "#sort=")
+    check(not problems(driver), f"the rows page loads with {problems(driver)}")
+    check(saved_csv(driver) == csv_text, "the rows page's rows differ from the logs'")
+    driver.get(f"{page}#q=fail_099")
+    driver.find_element("css selector", "td .pick").click()
+    note = driver.find_element("id", "detail-note").text
+    tail = driver.find_element("id", "detail-tail").text
+    says = driver.find_element("css selector", "#failed p").text
+    check("made from rows" in note and tail.splitlines() == [" cycle 99"]
+          and "made from rows" in says, f"the rows page's detail: {note!r} {tail!r} {says!r}")
+    print(f"browser test in {driver.browser}: the page from rows holds the same rows")
+
+
 def make_extremes(batch):
     os.makedirs(batch)
     figures = ["1E300", "1", "1E-300", "1.7976931348623157E308", "-1.5E308", "-1E308", "1E308",
@@ -342,12 +359,18 @@ def main():
         page, html_status, csv_status, csv_text = report_of(
             tabrun, scratch, "batch", lambda batch: make_batch(batch, examples))
         check(html_status == csv_status == 1, "--html and --csv exit with 1 for this batch")
+        rows = os.path.join(scratch, "batch.csv")
+        with open(rows, "wb") as f:
+            subprocess.run([tabrun, "--csv", os.path.join(scratch, "batch")], stdout=f)
+        with open(os.path.join(scratch, "rows.html"), "wb") as f:
+            subprocess.run([tabrun, "--html", "--from-rows", rows], stdout=f)
         extremes = report_of(tabrun, scratch, "extremes", make_extremes)[0]
         many = report_of(tabrun, scratch, "many", lambda batch: make_many(batch, 300000))
         for name in sys.argv[3:] or ("chromium", "firefox"):
             driver = start_browser(name)
             try:
                 check_page(driver, page, os.path.join(scratch, "batch"), csv_text, out_dir)
+                check_rows_page(driver, "file://" + os.path.join(scratch, "rows.html"), csv_text)
                 check_extremes(driver, extremes)
                 check_many(driver, many[0], many[3])
             finally:

@@ -316,6 +316,8 @@ def check_page(driver, page, batch, csv_text, out_dir):
 def check_rows_page(driver, page, csv_text):
     """The page of the same rows read back with --from-rows: the same rows, and a failed run's
     last record where the page of the logs shows the end of its log, which it says."""
+    # The page before is ready too: until the new one is, its mark says it is not the one.
+    driver.execute_script("document.documentElement.dataset.ready = 'before'")
     open_page(driver, page + "#sort=")
     check(not problems(driver), f"the rows page loads with {problems(driver)}")
     check(saved_csv(driver) == csv_text, "the rows page's rows differ from the logs'")

@@ -20,7 +20,7 @@ fi
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 build="${FUZZ_BUILD_DIR:-$root/build-fuzz}"
 work="${FUZZ_WORK_DIR:-$(mktemp -d "${TMPDIR:-/tmp}/tabrun-fuzz.XXXXXX")}"
-targets=(log_scan listing batch)
+targets=(log_scan listing batch row_file)
 binaries=()
 for name in "${targets[@]}"; do binaries+=("tabrun_${name}_fuzzer"); done
 

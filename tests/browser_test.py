@@ -2,7 +2,8 @@
 on a batch with every status, hostile names and hostile log ends: it loads from file:// without
 a console error or a request, its header counts and filters agree with the rows of tabrun --csv,
 it sorts, shows tails and names chart points, exports the rows as --csv writes them, and runs
-nothing hostile; on figures at the ends of the doubles its axes and bins hold; at 300,000 rows
+nothing hostile; the page of the same rows read back holds them and shows last records; on
+figures at the ends of the doubles its axes and bins hold; at 300,000 rows
 its orders are right; a live page of --watch reloads keeping its view and marks running runs
 apart. The page of tabrun --compare --html on a series refined before and after a change of
 model: its legend, both batches and the change drawn, its counts at a threshold set in the URL
@@ -319,6 +320,24 @@ def check_page(driver, page, batch, csv_text, out_dir):
     print(f"browser test in {driver.browser}: {len(truth)} rows checked; screenshot in {shot}")
 
 
+def check_rows_page(driver, page, csv_text):
+    """The page of the same rows read back with --from-rows: the same rows, and a failed run's
+    last record where the page of the logs shows the end of its log, which it says."""
+    # The page before is ready too: until the new one is, its mark says it is not the one.
+    driver.execute_script("document.documentElement.dataset.ready = 'before'")
+    open_page(driver, page + "#sort=")
+    check(not problems(driver), f"the rows page loads with {problems(driver)}")
+    check(saved_csv(driver) == csv_text, "the rows page's rows differ from the logs'")
+    driver.get(f"{page}#q=fail_099")
+    driver.find_element("css selector", "td .pick").click()
+    note = driver.find_element("id", "detail-note").text
+    tail = driver.find_element("id", "detail-tail").text
+    says = driver.find_element("css selector", "#failed p").text
+    check("made from rows" in note and tail.splitlines() == [" cycle 99"]
+          and "made from rows" in says, f"the rows page's detail: {note!r} {tail!r} {says!r}")
+    print(f"browser test in {driver.browser}: the page from rows holds the same rows")
+
+
 def make_extremes(batch):
     os.makedirs(batch)
     figures = ["1E300", "1", "1E-300", "1.7976931348623157E308", "-1.5E308", "-1E308", "1E308",
@@ -528,6 +547,11 @@ def main():
         page, html_status, csv_status, csv_text = report_of(
             tabrun, scratch, "batch", lambda batch: make_batch(batch, examples))
         check(html_status == csv_status == 1, "--html and --csv exit with 1 for this batch")
+        rows = os.path.join(scratch, "batch.csv")
+        with open(rows, "wb") as f:
+            subprocess.run([tabrun, "--csv", os.path.join(scratch, "batch")], stdout=f)
+        with open(os.path.join(scratch, "rows.html"), "wb") as f:
+            subprocess.run([tabrun, "--html", "--from-rows", rows], stdout=f)
         extremes = report_of(tabrun, scratch, "extremes", make_extremes)[0]
         many = report_of(tabrun, scratch, "many", lambda batch: make_many(batch, 300000))
         make_series(os.path.join(scratch, "before"), os.path.join(scratch, "after"))
@@ -543,6 +567,7 @@ def main():
             driver = start_browser(name)
             try:
                 check_page(driver, page, os.path.join(scratch, "batch"), csv_text, out_dir)
+                check_rows_page(driver, "file://" + os.path.join(scratch, "rows.html"), csv_text)
                 check_extremes(driver, extremes)
                 check_many(driver, many[0], many[3])
                 check_compare(driver, "file://" + os.path.join(scratch, "compare.html"),

@@ -14,6 +14,7 @@ enum class Option {
   kJson,
   kHtml,
   kCompare,
+  kFromRows,
   kJobs,
   kHelp,
   kVersion,
@@ -34,6 +35,7 @@ constexpr LongOption kLongOptions[] = {
     {"json", Option::kJson, false},
     {"html", Option::kHtml, false},
     {"compare", Option::kCompare, false},
+    {"from-rows", Option::kFromRows, false},
     {"jobs", Option::kJobs, true},
     {"help", Option::kHelp, false},
     {"version", Option::kVersion, false},
@@ -50,6 +52,7 @@ struct Asked {
   Command mode = Command::kRun;
   std::string_view mode_option;  // the option that chose `mode`
   std::string conflict;          // the first two different modes, said as an error
+  bool from_rows = false;
   int jobs = 0;
   bool watch = false;
   int running_for = 0;  // 0 when not given
@@ -88,6 +91,9 @@ std::string Take(Option option, std::string_view argument, Asked* asked) {
       return {};
     case Option::kCompare:
       asked->compare = true;
+      return {};
+    case Option::kFromRows:
+      asked->from_rows = true;
       return {};
     case Option::kJobs:
       asked->jobs = JobsOf(argument);
@@ -183,13 +189,19 @@ std::string ReadShort(const std::vector<std::string>& args, size_t* i, Asked* as
   return {};
 }
 
-// What is wrong with the watch's options as asked, or an empty text.
-std::string WatchError(const Asked& asked) {
+// What is wrong with the options of the watch, the compare and the rows read back as asked
+// together, or an empty text.
+std::string CombinationError(const Asked& asked) {
   const bool html = asked.mode == Command::kHtml;
-  if (asked.watch && asked.compare)
+  if (asked.watch && asked.compare) {
     return "options '--compare' and '--watch' cannot be used together";
+  }
   if (asked.running_for != 0 && !asked.watch) {
     return "option '--running-for' can only be used with '--watch'";
+  }
+  if (asked.from_rows && (asked.compare || asked.watch)) {
+    return std::string("options '--from-rows' and '") + (asked.compare ? "--compare" : "--watch") +
+           "' cannot be used together";
   }
   if (asked.output && !(html && asked.watch)) {
     if (asked.mode == Command::kRun || html) {
@@ -272,9 +284,14 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSynt
   if (asked.help) return Only(Command::kHelp);
   if (asked.version) return Only(Command::kVersion);
   if (!asked.conflict.empty()) return UsageError(std::move(asked.conflict));
-  if (std::string error = WatchError(asked); !error.empty()) return UsageError(std::move(error));
+  if (std::string error = CombinationError(asked); !error.empty())
+    return UsageError(std::move(error));
+  if (asked.from_rows && asked.mode == Command::kRun) {
+    return UsageError("option '--from-rows' needs '--csv', '--json' or '--html'");
+  }
   CommandLine line;
   line.jobs = asked.jobs;
+  line.from_rows = asked.from_rows;
   line.watch = asked.watch && asked.mode != Command::kRun;
   if (asked.running_for != 0) line.running_for = asked.running_for;
   line.output = asked.output.value_or("");
@@ -296,7 +313,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSynt
     if (operands.size() > 2) return UsageError("extra operand '" + operands[2] + "'");
     line.compare = true;
   }
-  if (operands.empty()) operands.emplace_back(".");
+  if (operands.empty()) operands.emplace_back(asked.from_rows ? "-" : ".");
   line.command = asked.mode;
   line.paths = std::move(operands);
   return line;
@@ -311,6 +328,7 @@ std::string HelpText() {
          "       tabrun --watch --csv|--json [--running-for SECONDS] [-j N] [PATH]...\n"
          "       tabrun --watch --html --output FILE [-j N] [PATH]...\n"
          "       tabrun --compare --csv|--json|--html [-j N] BEFORE AFTER\n"
+         "       tabrun --csv|--json|--html --from-rows [FILE]...\n"
          "\n"
          "Without operands, in a directory that holds the *.log files of a batch of\n"
          "refinement runs: lists them into list_log (with \"ls -l *.log > list_log\"),\n"
@@ -346,11 +364,17 @@ std::string HelpText() {
          "page with both batches on a chart, the change per run, the counts of better and\n"
          "worse runs and a table.\n"
          "\n"
+         "With --from-rows, each FILE holds rows that tabrun --csv or --json wrote, such\n"
+         "as the shards of a campaign, and these are written instead of the rows of logs:\n"
+         "one CSV or JSON file, or one page, from all of them, in the order given.\n"
+         "\n"
          "Options:\n"
          "  --csv          one CSV row per log, after a header row\n"
          "  --json         one JSON object per log and line (JSON Lines)\n"
          "  --html         one self-contained HTML page\n"
          "  --compare      two batches side by side: BEFORE AFTER\n"
+         "  --from-rows    read rows that tabrun --csv or --json wrote from each FILE\n"
+         "                 (default -, standard input) instead of logs\n"
          "  -j, --jobs=N   read at most N logs at once (default 64, 1 to 1024): one per\n"
          "                 CPU at first, more while the reads wait on a network file\n"
          "                 system; the output is the same for every N\n"

@@ -50,6 +50,8 @@ struct CommandLine {
   std::string output;                    // --output FILE, with --html --watch only (and needed)
   // --compare, with kCsv, kJson or kHtml: `paths` are BEFORE and AFTER.
   bool compare = false;
+  // --from-rows: the paths are files of rows that tabrun wrote ("-" when none is given).
+  bool from_rows = false;
 };
 
 // Reads the arguments that follow the program's name, UTF-8 strings, the way GNU tools read
@@ -65,7 +67,8 @@ struct CommandLine {
 // them is an error whose hint is ExtraOperandHint's for `shell`. --running-for needs --watch;
 // --output needs --html and --watch, which need it in turn. --compare takes one of the first
 // three and exactly two paths; it is an error without one, with fewer paths, with more ("extra
-// operand") and with --watch.
+// operand") and with --watch. --from-rows goes with one of the first three only, and neither
+// with --watch nor with --compare.
 CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSyntax shell);
 
 // What to type in `shell` to read the logs of the directory `operand`, given without --csv, as

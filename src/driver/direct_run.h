@@ -24,6 +24,17 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
 // otherwise now.
 std::int64_t MadeAt();
 
+// Exit status when a row file cannot be read or is not rows that tabrun wrote.
+inline constexpr int kBadRowsExitStatus = 2;
+
+// Writes the rows of `files`, rows that tabrun --csv or --json wrote (RowFile; "-" is standard
+// input), as RunDirect writes the rows of logs: the files in the order given, each to its end;
+// a row as it was read, in today's columns; the page with the last record of each failed run
+// in place of the end of its log, and the files named as its batch. Returns what RunDirect
+// returns for the same rows. At a file that cannot be read or is not such rows, it writes out
+// the rows before it (no page), says why on standard error and returns kBadRowsExitStatus.
+int RunFromRows(RowFormat format, const std::vector<std::string>& files);
+
 }  // namespace tabrun
 
 #endif  // TABRUN_DRIVER_DIRECT_RUN_H_

@@ -72,6 +72,7 @@ int Run(int argc, char** argv) {
                                                    : tabrun::RowFormat::kHtml;
       if (line.compare) return tabrun::RunCompare(format, line.paths[0], line.paths[1], jobs);
       if (line.watch) return Watch(line, WatchOutputOf(format), jobs);
+      if (line.from_rows) return tabrun::RunFromRows(format, line.paths);
       return tabrun::RunDirect(format, line.paths, jobs);
     }
     case tabrun::Command::kWatch:

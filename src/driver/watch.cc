@@ -429,7 +429,7 @@ void Watch::Show(const std::vector<WatchEvent>& events, bool first) {
 }
 
 void Watch::WritePage(bool live) {
-  HtmlReport report(options_.paths, Now(), live);
+  HtmlReport report(options_.paths, Now(), HtmlReport::Input::kLogs, live);
   for (const Operand& operand : operands_) {
     for (const WatchState::Slot slot : operand.slots) {
       if (slot < cells_.size() && cells_[slot]) report.Add(*cells_[slot]);

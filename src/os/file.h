@@ -89,11 +89,13 @@ std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offse
 inline constexpr std::int64_t kNothingYet = -2;
 
 // Reads up to `length` bytes from where `file` stands, for what cannot be read at an offset (a
-// pipe, a device), and returns how many arrived: 0 at the end, -1 on an error. Without `wait`
+// pipe, a device), and returns how many arrived: 0 at the end, -1 on an error (with the
+// system's reason in *error, when error is not null). Without `wait`
 // it returns kNothingYet when no bytes are there now; with `wait` it waits for bytes or the
 // end, also on a named pipe that no writer has opened yet (where the system can tell). An
 // interrupted read is taken up again.
-std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait);
+std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait,
+                      std::string* error = nullptr);
 
 // Creates a file for the program's own scratch bytes, which no name leads to and which goes
 // when it is closed, open for reading and writing (ReadAt, WriteAll), and returns its handle;

@@ -102,19 +102,22 @@ std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offse
   }
 }
 
-std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait) {
+std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait, std::string* error) {
   for (;;) {
     if (wait) {
       // A pipe opened not to wait reads as ended while no writer has it open: poll waits for
       // the first writer's bytes or for its close (on Linux; elsewhere it may not wait).
       pollfd ready{file, POLLIN, 0};
-      if (poll(&ready, 1, -1) < 0 && errno != EINTR) return -1;
+      if (poll(&ready, 1, -1) < 0 && errno != EINTR) break;
     }
     const ssize_t got = read(file, out, length);
     if (got >= 0) return got;
     if (errno == EINTR || (wait && (errno == EAGAIN || errno == EWOULDBLOCK))) continue;
-    return errno == EAGAIN || errno == EWOULDBLOCK ? kNothingYet : -1;
+    if (errno == EAGAIN || errno == EWOULDBLOCK) return kNothingYet;
+    break;
   }
+  if (error != nullptr) *error = std::strerror(errno);
+  return -1;
 }
 
 int CreateScratchFile(std::string* error) {

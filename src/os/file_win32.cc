@@ -129,13 +129,16 @@ std::int64_t ReadAt(int file, char* out, std::size_t length, std::uint64_t offse
   return static_cast<std::int64_t>(have);
 }
 
-std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait) {
+std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait, std::string* error) {
   const HANDLE handle = win32::SystemHandle(file);
   DWORD available = 0;
   // Only a pipe can say what it holds now; anything else is read as it comes.
   if (!wait && GetFileType(handle) == FILE_TYPE_PIPE) {
     if (!PeekNamedPipe(handle, nullptr, 0, nullptr, &available, nullptr)) {
-      return GetLastError() == ERROR_BROKEN_PIPE ? 0 : -1;
+      const DWORD code = GetLastError();
+      if (code == ERROR_BROKEN_PIPE) return 0;
+      if (error != nullptr) *error = win32::ErrorText(code);
+      return -1;
     }
     if (available == 0) return kNothingYet;
     length = std::min<std::size_t>(length, available);
@@ -144,7 +147,9 @@ std::int64_t ReadNext(int file, char* out, std::size_t length, bool wait) {
   const DWORD want = static_cast<DWORD>(std::min<std::size_t>(length, 1u << 30));
   if (!ReadFile(handle, out, want, &got, nullptr)) {
     const DWORD code = GetLastError();
-    return code == ERROR_BROKEN_PIPE || code == ERROR_HANDLE_EOF ? 0 : -1;
+    if (code == ERROR_BROKEN_PIPE || code == ERROR_HANDLE_EOF) return 0;
+    if (error != nullptr) *error = win32::ErrorText(code);
+    return -1;
   }
   return static_cast<std::int64_t>(got);
 }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "recio/civil_time.h"
+#include "recio/number.h"
 #include "report/escape.h"
 #include "report/page_frame.h"
 
@@ -16,17 +17,12 @@ namespace {
 // How many PATHs the header names; a shell glob can give thousands.
 constexpr std::size_t kNamedPaths = 10;
 
-constexpr std::size_t ColumnIndex(std::string_view name) {
-  std::size_t i = 0;
-  while (kColumnNames[i] != name) ++i;
-  return i;
-}
-constexpr std::size_t kKindColumn = ColumnIndex("kind");
-constexpr std::size_t kStatusColumn = ColumnIndex("status");
-static_assert(kStatusColumn == 2, "HtmlReport::Cells::status reads the third cell");
-
-// The figures whose best run the header names, the first one that any row has.
+// The figures whose best run the header names, the first one that any row has; the last is
+// also summed for the total CPU time.
 constexpr const char* kBestNames[] = {"chi2", "rf2", "cpu_seconds"};
+constexpr std::size_t kBestColumns[] = {ColumnIndex(kBestNames[0]), ColumnIndex(kBestNames[1]),
+                                        ColumnIndex(kBestNames[2])};
+
 // The chart and the table; the page's script fills them and shows them.
 constexpr std::string_view kViews = R"(<main>
 <noscript><p>The chart and the table of all runs need scripts; the failed runs below do not.</p>
@@ -78,40 +74,58 @@ std::vector<PackedColumns::Column> Columns() {
   return columns;
 }
 
-}  // namespace
-
-HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at, bool live)
-    : paths_(std::move(paths)), made_at_(made_at), live_(live), columns_(Columns()) {
-  tails_.Append("[");
-}
-
-HtmlReport::Cells HtmlReport::Encode(const RunRow& row) {
-  Cells encoded;
-  const std::vector<std::string>& tail = row.scan.tail;
-  for (std::size_t i = 0; i < tail.size(); ++i) {
-    encoded.tail.append(i == 0 ? "" : "\n").append(tail[i]);
-  }
-  if (!tail.empty()) AppendJsonString(encoded.tail, &encoded.tail_json);
+// The cells of a row of either kind, with its status and kind (RunRow has them in its scan,
+// WrittenRow as they were read), and what the header and the failed runs take from it.
+template <typename Row>
+HtmlReport::Cells EncodeCells(const Row& row, RunStatus status, RunKind kind) {
+  HtmlReport::Cells encoded;
+  encoded.status = status;
   std::size_t i = 0;
   ForEachCell(row, [&](std::string_view cell, bool number) {
     if (i == kStatusColumn) {
-      encoded.cells.Code(static_cast<std::uint8_t>(row.status()));
+      encoded.cells.Code(static_cast<std::uint8_t>(status));
     } else if (i == kKindColumn) {
-      encoded.cells.Code(static_cast<std::uint8_t>(
-          row.problem == ReadProblem::kNone ? row.scan.kind : RunKind::kNone));
+      encoded.cells.Code(static_cast<std::uint8_t>(kind));
     } else if (number) {
       encoded.cells.Number(cell);
     } else {
       encoded.cells.Text(cell);
     }
+    if (i == kLogColumn) encoded.log = cell;
+    if (i == kReasonColumn && status != RunStatus::kOk) encoded.reason = cell;
     ++i;
   });
-  encoded.log = row.log;
-  encoded.status = row.status();
-  if (encoded.status != RunStatus::kOk) encoded.reason = ReasonText(row);
-  if (row.problem == ReadProblem::kNone) {
-    encoded.best = {row.scan.figures.chi2, row.scan.figures.rf2, row.scan.cpu_seconds};
+  return encoded;
+}
+
+}  // namespace
+
+HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at, Input input, bool live)
+    : paths_(std::move(paths)), made_at_(made_at), input_(input), live_(live), columns_(Columns()) {
+  tails_.Append("[");
+}
+
+HtmlReport::Cells HtmlReport::Encode(const RunRow& row) {
+  const bool read = row.problem == ReadProblem::kNone;
+  Cells encoded = EncodeCells(row, row.status(), read ? row.scan.kind : RunKind::kNone);
+  if (read) encoded.figures = {row.scan.figures.chi2, row.scan.figures.rf2, row.scan.cpu_seconds};
+  const std::vector<std::string>& tail = row.scan.tail;
+  for (std::size_t i = 0; i < tail.size(); ++i) {
+    encoded.tail.append(i == 0 ? "" : "\n").append(tail[i]);
   }
+  if (!tail.empty()) AppendJsonString(encoded.tail, &encoded.tail_json);
+  return encoded;
+}
+
+HtmlReport::Cells HtmlReport::Encode(const WrittenRow& row) {
+  Cells encoded = EncodeCells(row, row.status, row.kind);
+  for (std::size_t k = 0; k < encoded.figures.size(); ++k) {
+    double value = 0;
+    if (ReadReal(row.cells[kBestColumns[k]], &value) == RealReadResult::kValue) {
+      encoded.figures[k] = value;
+    }
+  }
+  if (row.status != RunStatus::kOk) encoded.last_record = row.cells[kLastRecordColumn];
   return encoded;
 }
 
@@ -119,9 +133,9 @@ void HtmlReport::Add(const Cells& cells) {
   columns_.Add(cells.cells);
   const RunStatus status = cells.status;
   ++counts_[static_cast<std::size_t>(status)];
-  if (cells.best[2]) cpu_total_ += *cells.best[2];
+  if (cells.figures[2]) cpu_total_ += *cells.figures[2];
   for (std::size_t k = 0; k < best_.size(); ++k) {
-    const std::optional<double>& value = cells.best[k];
+    const std::optional<double>& value = cells.figures[k];
     if (value && (!best_[k].value || *value < *best_[k].value)) best_[k] = {value, cells.log};
   }
   // A run still running has not failed (yet).
@@ -156,6 +170,7 @@ void HtmlReport::AddFailure(const Cells& cells) {
              HtmlText(cells.log) + "</code>";
   if (!cells.reason.empty()) listed_ += ": " + HtmlText(cells.reason);
   listed_ += "</summary>";
+  if (!cells.last_record.empty()) listed_ += "<pre>\n" + HtmlText(cells.last_record) + "</pre>";
   // The parser drops a line feed right after <pre>: with one written first, a tail that
   // starts with an empty record keeps it.
   if (kept) listed_ += "<pre id=\"tail-" + std::to_string(rows_) + "\">\n" + text + "</pre>";
@@ -165,6 +180,7 @@ void HtmlReport::AddFailure(const Cells& cells) {
 
 std::string HtmlReport::Header() const {
   std::string html = "<header>\n<h1>tabrun report</h1>\n<p>Batch";
+  if (input_ == Input::kRows) html += " from the rows in";
   for (std::size_t i = 0; i < paths_.size() && i < kNamedPaths; ++i) {
     html += " <code>" + HtmlText(paths_[i]) + "</code>";
   }
@@ -205,12 +221,17 @@ std::string HtmlReport::Header() const {
 std::string HtmlReport::FailedRuns() const {
   std::string html = "<section id=\"failed\">\n<h2>Failed runs</h2>\n<p>";
   if (failures_ == 0) return html + "No run failed.</p>\n</section>\n</main>\n";
+  const bool rows = input_ == Input::kRows;
   html += Grouped(failures_) + (failures_ == 1 ? " run" : " runs") +
-          " did not end with status ok. Open one to see the last records of its log.</p>\n" +
-          listed_;
+          " did not end with status ok. " +
+          (rows ? "This page was made from rows, which hold no more of a log than its last "
+                  "record: open one to see it."
+                : "Open one to see the last records of its log.") +
+          "</p>\n" + listed_;
   if (failures_ > kListedFailures) {
     html += "<p>" + Grouped(failures_ - kListedFailures) +
-            " more in the table: select one there to see the end of its log.</p>\n";
+            " more in the table: select one there to see " +
+            (rows ? "its last record" : "the end of its log") + ".</p>\n";
   }
   if (tails_left_out_ != 0) {
     html += "<p>The ends of " + Grouped(tails_left_out_) +
@@ -220,7 +241,8 @@ std::string HtmlReport::FailedRuns() const {
 }
 
 void HtmlReport::WriteData(const PageSink& sink) {
-  sink("<script type=\"application/json\" id=\"data\">{");
+  sink(std::string("<script type=\"application/json\" id=\"data\">{") +
+       (input_ == Input::kRows ? "\"from_rows\":true," : ""));
   columns_.Write(sink);
   sink(",\"tails\":\"");
   tails_.Append("]");

@@ -37,33 +37,43 @@ class HtmlReport {
   // before compression; the page leaves out those that come after and says how many.
   static constexpr std::uint64_t kTailBudget = 3'000'000;
 
-  // `paths` are the PATH operands as given; `made_at` is when the report was made, in seconds
-  // since the epoch (UTC). A `live` page is one that a watch rewrites: it says when it was
-  // updated, reloads itself every kReloadSeconds and counts running runs even when there are
-  // none. Any other page names the running status only when a run has it.
-  HtmlReport(std::vector<std::string> paths, std::int64_t made_at, bool live = false);
+  // Where the rows come from: the logs, or rows that tabrun wrote (WrittenRow), which hold no
+  // more of a failed log than its last record. The page says which.
+  enum class Input { kLogs, kRows };
+
+  // `paths` are the PATH operands as given (the row files for kRows); `made_at` is when the
+  // report was made, in seconds since the epoch (UTC). A `live` page is one that a watch
+  // rewrites: it says when it was updated, reloads itself every kReloadSeconds and counts running
+  // runs even when there are none. Any other page names the running status only when a run has
+  // it.
+  HtmlReport(std::vector<std::string> paths, std::int64_t made_at, Input input = Input::kLogs,
+             bool live = false);
 
   // How often a live page reloads itself.
   static constexpr int kReloadSeconds = 2;
 
-  // The cells of `row` as the page's columns carry them (PackedColumns): a code for the kind and
-  // the status (the value of its enum), numbers and texts for the others. And the end of its log:
-  // row.scan.tail, which the scan of a failed log makes with ScanWants::tail_records =
-  // kTailRecords. And what the header and the list of failed runs say of it, so that a row can
-  // be added from its cells alone.
+  // The cells of a row as the page's columns carry them (PackedColumns): a code for the kind and
+  // the status (the value of its enum), numbers and texts for the others. Beside them, what the
+  // header and the list of failed runs take from the row, so that a row can be added from its
+  // cells alone; and the end of its log: row.scan.tail, which the scan of a failed log makes with
+  // ScanWants::tail_records = kTailRecords. A row read back has no tail, but its last record.
   struct Cells {
     PackedColumns::Cells cells;
+    RunStatus status = RunStatus::kOk;
+    std::string log;
+    std::array<std::optional<double>, 3> figures;  // chi2, rf2 and cpu_seconds
+    // For a run whose status is not ok: its reason cell, and for a row read back its
+    // last_record cell.
+    std::string reason;
+    std::string last_record;
     std::string tail;       // the records joined by line feeds
     std::string tail_json;  // the same as a JSON string, empty when there is no tail
-    std::string log;        // RunRow::log
-    std::string reason;     // of a run that is not ok: ReasonText
-    std::array<std::optional<double>, 3> best;  // chi2, rf2 and cpu_seconds
-    RunStatus status = RunStatus::kOk;
     bool has_tail() const { return !tail_json.empty(); }
   };
-  // It depends on nothing else, so that the threads that read the logs can make the cells and
+  // They depend on nothing else, so that the threads that read the logs can make the cells and
   // spare the one that writes.
   static Cells Encode(const RunRow& row);
+  static Cells Encode(const WrittenRow& row);
 
   // Adds the row of the next log, as Encode makes its cells; rows come in the order the page
   // lists them, from one thread. REQUIRES: WritePage has not been called.
@@ -88,6 +98,7 @@ class HtmlReport {
 
   const std::vector<std::string> paths_;
   const std::int64_t made_at_;
+  const Input input_;
   const bool live_;
   std::uint64_t rows_ = 0;
   std::array<std::uint64_t, std::size(kStatusNames)> counts_{};

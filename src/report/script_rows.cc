@@ -105,13 +105,29 @@ std::string CsvHeaderOf(std::span<const char* const> names) {
   return header + '\n';
 }
 
+bool IsNumberColumn(std::size_t column) {
+  static const auto kNumbers = [] {
+    std::array<bool, kColumns> numbers{};
+    std::size_t i = 0;
+    ForEachCell(RunRow(), [&](std::string_view, bool number) { numbers[i++] = number; });
+    return numbers;
+  }();
+  return kNumbers[column];
+}
+
 std::string CsvHeader() { return CsvHeaderOf(kColumnNames); }
 
 std::string CsvRow(const RunRow& row) {
   return CsvLine([&row](auto cell) { ForEachCell(row, cell); });
 }
+std::string CsvRow(const WrittenRow& row) {
+  return CsvLine([&row](auto cell) { ForEachCell(row, cell); });
+}
 
 std::string JsonRow(const RunRow& row) {
+  return JsonLine(kColumnNames, [&row](auto cell) { ForEachCell(row, cell); });
+}
+std::string JsonRow(const WrittenRow& row) {
   return JsonLine(kColumnNames, [&row](auto cell) { ForEachCell(row, cell); });
 }
 

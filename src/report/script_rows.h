@@ -25,6 +25,23 @@ inline constexpr const char* kColumnNames[] = {
     "rwp",         "rexp",        "rf2",    "rf2w",         "rf",          "result", "error",
     "name_number", "last_record", "reason", "bytes",        "modified"};
 inline constexpr std::size_t kColumns = std::size(kColumnNames);
+// Rows of tabrun 1.1.0 and 1.2.0 end at "error", those of 1.3.0 at "last_record".
+inline constexpr std::size_t kFirstColumns = 14;
+
+// The place of the column `name` in kColumnNames. REQUIRES: it is one of them.
+constexpr std::size_t ColumnIndex(std::string_view name) {
+  std::size_t i = 0;
+  while (kColumnNames[i] != name) ++i;
+  return i;
+}
+inline constexpr std::size_t kLogColumn = ColumnIndex("log");
+inline constexpr std::size_t kKindColumn = ColumnIndex("kind");
+inline constexpr std::size_t kStatusColumn = ColumnIndex("status");
+inline constexpr std::size_t kLastRecordColumn = ColumnIndex("last_record");
+inline constexpr std::size_t kReasonColumn = ColumnIndex("reason");
+
+// True when column `column` holds numbers (ForEachCell's `number`), false for text.
+bool IsNumberColumn(std::size_t column);
 
 // The name of each RunStatus and RunKind, in the order of their values.
 inline constexpr const char* kStatusNames[] = {
@@ -104,16 +121,43 @@ void ForEachCell(const RunRow& row, Cell cell) {
   text(read && row.modified ? TimeText(*row.modified, &digits) : std::string_view());
 }
 
+// A row as tabrun wrote it, read back from its CSV or JSON Lines (RowFile): its status and kind,
+// and its other cells as text, a number as the digits the rows carry. Written again, it gives
+// the bytes it was read from.
+struct WrittenRow {
+  RunStatus status = RunStatus::kOk;
+  RunKind kind = RunKind::kNone;
+  // In the order of kColumnNames; the cells of kind and status are not used, and those of the
+  // columns that an older column set lacks are empty.
+  std::array<std::string, kColumns> cells;
+};
+
+// Calls cell(text, number) for each field of `row`, as ForEachCell of a RunRow does.
+template <typename Cell>
+void ForEachCell(const WrittenRow& row, Cell cell) {
+  for (std::size_t i = 0; i < kColumns; ++i) {
+    if (i == kKindColumn) {
+      cell(std::string_view(kKindNames[static_cast<std::size_t>(row.kind)]), false);
+    } else if (i == kStatusColumn) {
+      cell(std::string_view(StatusName(row.status)), false);
+    } else {
+      cell(std::string_view(row.cells[i]), IsNumberColumn(i));
+    }
+  }
+}
+
 // The CSV header and rows: fields in the order of kColumnNames, quoted only when they hold a
 // comma, a double quote, a carriage return or a line feed; names written as their bytes; every
 // row ended by a line feed.
 std::string CsvHeader();
 std::string CsvRow(const RunRow& row);
+std::string CsvRow(const WrittenRow& row);
 
 // One JSON object and a line feed, with the keys of the CSV header in the same order. Numbers
 // are JSON numbers, empty fields null, and strings are written as AppendJsonString writes
 // them.
 std::string JsonRow(const RunRow& row);
+std::string JsonRow(const WrittenRow& row);
 
 // The same for any rows: the header of `names`, and the line of the cells that
 // each_cell(cell) hands to cell(text, number) in the order of the names, as ForEachCell does.

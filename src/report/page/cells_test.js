@@ -56,6 +56,10 @@ test('detailNote: status, error, reason when there is one, figures and the log e
       'Status unreadable: cannot open: Is a directory.'],
     [{status: 'ok', figures: [['cpu_seconds', 1e-5], ['chi2', 2]], tail: null},
       'Status ok. cpu_seconds 1e-05, chi2 2.'],
+    [{fromRows: true}, 'Status bad_end. Its last record (this page was made from rows, which ' +
+      'hold no more of its log):'],
+    [{fromRows: true, tail: null}, 'Status bad_end. The rows hold no record of its log.'],
+    [{fromRows: true, status: 'unreadable', tail: null}, 'Status unreadable.'],
   ];
   for (const [fields, want] of cases) assert.equal(note(fields), want);
   assert.equal(t.pageLabel(40, 200000), 'Rows 41 to 80 of 200,000, page 2 of 5,000');

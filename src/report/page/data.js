@@ -72,7 +72,8 @@ const PageData = ((Cells) => {
 
   // The page's rows from the text of its data element: {n, cols, col (the same by name),
   // tails (row -> the end of its log, or null when it is left out of the page; none when the
-  // page carries no tails)}.
+  // page carries no tails), fromRows (the page was made from rows that tabrun wrote, which hold
+  // no log ends)}.
   async function load(json) {
     const data = JSON.parse(json);
     const cols = await Promise.all(data.columns.map((c) => loadColumn(c, data.rows)));
@@ -80,7 +81,7 @@ const PageData = ((Cells) => {
     const flat = data.tails ? await unpackJson(data.tails) : [];
     const tails = new Map();
     for (let i = 0; i < flat.length; i += 2) tails.set(flat[i], flat[i + 1]);
-    return {n: data.rows, cols, col, tails};
+    return {n: data.rows, cols, col, tails, fromRows: data.from_rows === true};
   }
 
   // Number columns that are not figures of a run: the number in the log name, the log's size.

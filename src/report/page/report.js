@@ -10,7 +10,7 @@
   const group = (count) => count.toLocaleString('en-US');  // 200,000
   const {numberText, shortText} = PageCells;
 
-  let data = null;        // {n, cols, col, tails}: the rows
+  let data = null;        // {n, cols, col, tails, fromRows}: the rows
   let figures = [];       // the number columns some run has, but the number in the log name
   let statusNames = [];   // the statuses some run has
   let defaults = {};      // the view at the start
@@ -180,7 +180,9 @@
   }
 
   // The end of a failed log: from its listed entry, or from the rows; null when there is none.
+  // A page made from rows has its last record only.
   function tailOf(row) {
+    if (data.fromRows) return data.col.last_record.data[row] || null;
     const listed = $(`tail-${row}`);
     if (listed) return listed.textContent;
     return data.tails.get(row) ?? null;
@@ -198,7 +200,7 @@
     $('detail-note').textContent = PageTable.detailNote({status, tail, reason,
       error: col.error.data[selected],
       figures: figures.map((f) => [f, col[f].data[selected]]).filter(([, v]) => !Number.isNaN(v)),
-      leftOut: data.tails.has(selected)});
+      leftOut: data.tails.has(selected), fromRows: data.fromRows});
     $('detail-tail').textContent = tail ?? '';
     $('detail-tail').hidden = tail === null;
   }

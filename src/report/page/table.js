@@ -20,15 +20,19 @@ const PageTable = ((Cells) => {
   // The note under a row's name: its status and error, why it failed when the rows say so
   // (`reason`, when not empty), its figures ([name, value] pairs), and what there is of its
   // log's end: `tail` shown under it, or none (null) because the page left it out
-  // (`leftOut`) or the log is empty.
-  function detailNote({status, error, reason, figures, tail, leftOut}) {
+  // (`leftOut`) or the log is empty. A page made from rows (`fromRows`) has only the last
+  // record of a log, when the rows hold one.
+  function detailNote({status, error, reason, figures, tail, leftOut, fromRows}) {
     let note = `Status ${status}${error ? `: ${error}` : ''}.`;
     if (reason) note += ` Reason: ${reason}${/[.!?]$/.test(reason) ? '' : '.'}`;
     const values = figures.map(([name, v]) => `${name} ${Cells.numberText(v)}`);
     if (values.length) note += ` ${values.join(', ')}.`;
-    if (tail !== null) note += ' The last records of its log:';
-    else if (status !== 'ok' && status !== 'unreadable' && status !== 'running') {
-      note += leftOut ? ' The end of its log is left out of this page.' : ' Its log is empty.';
+    if (tail !== null) {
+      note += fromRows ? ' Its last record (this page was made from rows, which hold no more ' +
+        'of its log):' : ' The last records of its log:';
+    } else if (status !== 'ok' && status !== 'unreadable' && status !== 'running') {
+      note += fromRows ? ' The rows hold no record of its log.' :
+        leftOut ? ' The end of its log is left out of this page.' : ' Its log is empty.';
     }
     return note;
   }

@@ -137,7 +137,7 @@ def main():
         platforms = os.path.join(case, "platforms")
         usage = open(os.path.join(case, "expect", "status")).read().strip() == "2"
         modes = ("--csv", "--c", "--json", "--html")
-        if (usage or not args or args[0] not in modes or "--from-rows" in args
+        if (usage or not args or args[0] not in modes or {"--from-rows", "--compare", "--watch"} & set(args)
                 or (os.path.exists(platforms) and platform not in open(platforms).read().split())):
             continue
         case_env = dict(env)
@@ -145,7 +145,8 @@ def main():
             case_env.update(line.split("=", 1)
                             for line in open(os.path.join(case, "env")).read().splitlines())
         # The case's mode options give way to each mode in turn.
-        paths = [a for a in args if a not in modes]
+        paths = [a for a in args if not (a.startswith("--c") and "--csv".startswith(a))
+                 and a not in modes]
         checked += check_batch(name, tabrun, lambda mode: over_case(
             case, tabrun + [f"--{mode}"] + paths, case_env), env)
     with tempfile.TemporaryDirectory() as batch:

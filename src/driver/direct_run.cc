@@ -1,8 +1,6 @@
 #include "driver/direct_run.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <ctime>
 #include <optional>
 
 #include "driver/console.h"
@@ -10,7 +8,6 @@
 #include "os/directory.h"
 #include "recio/log_directory.h"
 #include "recio/name_list.h"
-#include "recio/number.h"
 #include "report/html_report.h"
 #include "report/script_rows.h"
 
@@ -76,16 +73,6 @@ class Batch : public LogSource {
   NameList names_;  // of each log: relative to its directory, or the PATH itself
 };
 
-// When the report is said to have been made: SOURCE_DATE_EPOCH when it holds a number of
-// seconds, so that two reports of one batch can be the same to the byte, otherwise now.
-std::int64_t MadeAt() {
-  const char* epoch = std::getenv("SOURCE_DATE_EPOCH");
-  if (epoch != nullptr) {
-    if (const auto seconds = WholeInteger<std::int64_t>(epoch)) return *seconds;
-  }
-  return static_cast<std::int64_t>(std::time(nullptr));
-}
-
 }  // namespace
 
 int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs) {
@@ -93,7 +80,7 @@ int RunDirect(RowFormat format, const std::vector<std::string>& paths, int jobs)
   Console console;
   if (format == RowFormat::kCsv) console.Write(CsvHeader());
   std::optional<HtmlReport> report;
-  if (format == RowFormat::kHtml) report.emplace(paths, MadeAt());
+  if (format == RowFormat::kHtml) report.emplace(paths, HtmlReport::MadeAt());
   int status = 0;
   PipelineStages<HtmlReport::Cells> stages;
   stages.wants = {.rows = true, .tail_records = report ? HtmlReport::kTailRecords : 0};

@@ -2,11 +2,14 @@
 
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <limits>
 #include <string_view>
 #include <utility>
 
 #include "recio/civil_time.h"
+#include "recio/number.h"
 #include "report/escape.h"
 #include "report/page_assets.h"
 
@@ -140,6 +143,14 @@ HtmlReport::HtmlReport(std::vector<std::string> paths, std::int64_t made_at, boo
     if (ColumnType(i) == kText) columns_[i].Append("[");
   }
   tails_.Append("[");
+}
+
+std::int64_t HtmlReport::MadeAt() {
+  const char* epoch = std::getenv("SOURCE_DATE_EPOCH");
+  if (epoch != nullptr) {
+    if (const auto seconds = WholeInteger<std::int64_t>(epoch)) return *seconds;
+  }
+  return static_cast<std::int64_t>(std::time(nullptr));
 }
 
 HtmlReport::Cells HtmlReport::Encode(const RunRow& row) {

@@ -42,6 +42,10 @@ class HtmlReport {
   // none. Any other page names the running status only when a run has it.
   HtmlReport(std::vector<std::string> paths, std::int64_t made_at, bool live = false);
 
+  // When a page that is not live is said to have been made: SOURCE_DATE_EPOCH when it holds a
+  // number of seconds, so that two pages of one batch can be the same to the byte, otherwise now.
+  static std::int64_t MadeAt();
+
   // How often a live page reloads itself.
   static constexpr int kReloadSeconds = 2;
 

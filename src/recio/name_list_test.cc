@@ -51,7 +51,8 @@ TEST(NameListTest, KeepsAndMergesInPlaceStayingSorted) {
       {{"b", "d"}, {false, true}, {"", "e"}, {"", "d", "e"}, {0, 2}},
       {{"a", "bb", "c"}, {true, false, true}, {"b", "bbb"}, {"a", "b", "bbb", "c"}, {1, 2}},
       {{"x", "y"}, {false, false}, {"\xe9", "a"}, {"a", "\xe9"}, {0, 1}},
-      {{"long name.log", "z"}, {true, true}, {}, {"long name.log", "z"}, {}},
+      {{"long name.log", "zz"}, {true, true}, {"a"}, {"a", "long name.log", "zz"}, {0}},
+      {{"x"}, {true}, {}, {"x"}, {}},
   };
   for (const Case& c : cases) {
     NameList list;

@@ -2,8 +2,9 @@
 screen is rebuilt from what tabrun writes and checked as text, through a run that finishes, one
 that dies, one cut in the middle of its CPU line, one that stops changing, a resize and Ctrl-C.
 `rows`: --watch --csv into a pipe: the runs already ended first in natural order, then each as it
-ends, once, and a rewritten one again.
-Usage: python3 tests/watch_test.py view|rows [--emulator 'COMMAND ARGS'] TABRUN"""
+ends, once, and a rewritten one again. `page`: --html --watch, rewritten as runs change, and at
+its end the very page --html writes of the logs as they stand, with no run running.
+Usage: python3 tests/watch_test.py view|rows|page [--emulator 'COMMAND ARGS'] TABRUN"""
 import fcntl
 import os
 import re
@@ -165,6 +166,42 @@ def rows(command, folder):
         sys.exit(f"watch_test: rows {names}, status {process.returncode}, {errors!r}")
 
 
+def page(command, folder):
+    live = os.path.join(folder, "live.html")
+    epoch = dict(os.environ, SOURCE_DATE_EPOCH="1700000000")
+    process = subprocess.Popen(command + ["--html", "--watch", "--output", live, "."], cwd=folder,
+                               stderr=subprocess.PIPE, env=epoch)
+
+    def until(wanted):
+        end = time.monotonic() + WAIT
+        while time.monotonic() < end:
+            if os.path.exists(live):
+                with open(live, "rb") as f:
+                    text = f.read()
+                if all(w in text for w in wanted):
+                    return
+            time.sleep(0.2)
+        process.kill()
+        sys.exit(f"watch_test: the page never held {wanted}")
+
+    running = b'data-status="running">running <b>%d</b>'
+    until([b'id="live"', b"3 logs:", running % 1])
+    write(folder, "new.log", b" Control file *.pcr: n\n cycle 1\n")
+    write(folder, "T5K.log", OK.replace(b"1.5", b"0.25"))
+    until([b"4 logs:", running % 2])
+    process.send_signal(signal.SIGINT)
+    errors = process.communicate(timeout=WAIT)[1]
+    with open(live, "rb") as f:
+        last = f.read()
+    plain = subprocess.run(command + ["--html", "."], cwd=folder, env=epoch,
+                           stdout=subprocess.PIPE, check=False).stdout
+    if last != plain or process.returncode != 0 or errors or os.path.exists(live + ".part"):
+        sys.exit(f"watch_test: the last page is not that of --html ({len(last)} and "
+                 f"{len(plain)} bytes), status {process.returncode}, {errors!r}")
+    if b'id="live"' in last or b'data-status="running">' in last or b'bad_end <b>3</b>' not in last:
+        sys.exit("watch_test: the last page is live, or still has running runs")
+
+
 def main():
     emulator = shlex.split(sys.argv[3]) if sys.argv[2] == "--emulator" else []
     with tempfile.TemporaryDirectory() as folder:
@@ -175,6 +212,11 @@ def main():
             write(folder, "runs.log", b" Control file *.pcr: r\n cycle 1\n")
             write(folder, "cut.log", b" Control file *.pcr: c\n Normal end\n CPU Time: 12")
             view(emulator + [sys.argv[-1]], folder)
+        elif sys.argv[1] == "page":
+            write(folder, "T5K.log", OK)
+            write(folder, "T2K.log", b" Control file *.pcr: d\n => Abnormal end\n")
+            write(folder, "runs.log", b" Control file *.pcr: r\n cycle 1\n")
+            page(emulator + [sys.argv[-1]], folder)
         else:
             for name in ["T10K.log", "T5K.log"]:
                 write(folder, name, OK)

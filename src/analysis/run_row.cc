@@ -49,7 +49,9 @@ RunRow RowReader::Read(LogPlace place, const ScanWants& wants,
     row.problem = ReadProblem::kCannotOpen;
     return row;
   }
-  switch (text_.Open(directory, name, &row.problem_reason, place.stream)) {
+  const LogText::OpenResult opened = text_.Open(directory, name, &row.problem_reason, place.stream);
+  row.described = text_.described();
+  switch (opened) {
     case LogText::OpenResult::kOpened:
       break;
     case LogText::OpenResult::kMissing:

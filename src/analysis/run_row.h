@@ -50,6 +50,9 @@ struct RunRow {
   // (LogText::modified).
   std::optional<std::uint64_t> bytes;
   std::optional<std::int64_t> modified;
+  // For a log that was opened: what the system said of it then, before any byte was read
+  // (LogText::described), so that a watch can tell later whether it changed since.
+  os::FileStatus described;
   // Set by a watch alone: the log was read, has not reached an outcome and changed lately.
   bool running = false;
 

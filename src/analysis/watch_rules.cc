@@ -2,6 +2,14 @@
 
 namespace tabrun {
 
+std::uint64_t IdentityKey(const os::FileIdentity& identity) {
+  // The inode as it is, the device spread over all bits by an odd multiplier: two files of one
+  // device meet only where one of them would have the key 0, which is kept for "not known".
+  const std::uint64_t key = identity.inode ^ (identity.device * 0x9E3779B97F4A7C15u);
+  if (identity == os::FileIdentity{}) return 0;
+  return key != 0 ? key : 1;
+}
+
 bool ReachedOutcome(const RunScan& scan) {
   switch (scan.status) {
     case RunStatus::kOk:

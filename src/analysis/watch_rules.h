@@ -14,23 +14,37 @@
 
 namespace tabrun {
 
-// What one metadata lookup tells of a log: enough to see that it changed.
+// What one metadata lookup tells of a log: enough to see that it changed. A watch keeps one per
+// log, so it is small: the file's identity is kept as one number (IdentityKey).
 struct FileStamp {
   std::uint64_t size = 0;
-  std::int64_t modified = 0;  // seconds since 1970, as FileStatus::modified
-  os::FileIdentity identity;
+  std::int64_t modified = 0;   // seconds since 1970, as FileStatus::modified
+  std::uint64_t identity = 0;  // IdentityKey; 0 where it is not known
   bool operator==(const FileStamp&) const = default;
 };
 
+// `identity` as one number: 0 for the zero identity (the platform cannot tell), and otherwise
+// not 0 and the same for two files only by a chance of about one in 2^64.
+std::uint64_t IdentityKey(const os::FileIdentity& identity);
+
+// The stamp of the file that `status` describes.
+inline FileStamp StampOf(const os::FileStatus& status) {
+  return {status.size, status.modified.value_or(0), IdentityKey(status.identity)};
+}
+
 // True when a log that was read as `seen` must be read again now that it is `now`: it grew,
-// shrank, was touched or was replaced by another file. A log whose stamp has not changed is not
+// shrank, was touched or was replaced by another file (where `now` knows the identity: a
+// directory listing tells the size and time alone). A log whose stamp has not changed is not
 // read again; one changed within the second it was read and not in size is taken to be the same.
-inline bool NeedsReading(const FileStamp& seen, const FileStamp& now) { return !(seen == now); }
+inline bool NeedsReading(const FileStamp& seen, const FileStamp& now) {
+  return seen.size != now.size || seen.modified != now.modified ||
+         (now.identity != 0 && now.identity != seen.identity);
+}
 
 // True when `seen` and `now` are two files, or the same file that lost bytes: whatever it gave
 // before is taken back and it counts as a new run.
 inline bool Rewritten(const FileStamp& seen, const FileStamp& now) {
-  return !(seen.identity == now.identity) || now.size < seen.size;
+  return seen.identity != now.identity || now.size < seen.size;
 }
 
 // True when the run whose log was scanned as `scan` has reached its outcome: it is ok, or its CPU

@@ -43,18 +43,34 @@ TEST(WatchRulesTest, RunningEndsWhenTheWindowHasPassedSinceTheLastChange) {
 }
 
 TEST(WatchRulesTest, ChangedStampsAreReadAgainAndRewritesTakeBackWhatWasSaid) {
-  const FileStamp seen{100, 50, {1, 7}};
+  const FileStamp seen{100, 50, 7};
   const struct {
     FileStamp now;
     bool read, rewritten;
   } cases[] = {
-      {{100, 50, {1, 7}}, false, false}, {{120, 50, {1, 7}}, true, false},
-      {{100, 51, {1, 7}}, true, false},  {{80, 51, {1, 7}}, true, true},
-      {{100, 50, {1, 8}}, true, true},   {{100, 50, {2, 7}}, true, true},
+      {{100, 50, 7}, false, false},
+      {{120, 50, 7}, true, false},
+      {{100, 51, 7}, true, false},
+      {{80, 51, 7}, true, true},
+      {{100, 50, 8}, true, true},
+      // A listing tells the size and the time alone.
+      {{100, 50, 0}, false, true},
+      {{101, 50, 0}, true, true},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(NeedsReading(seen, c.now), c.read) << c.now.size << " " << c.now.modified;
-    EXPECT_EQ(Rewritten(seen, c.now), c.rewritten) << c.now.size << " " << c.now.identity.inode;
+    EXPECT_EQ(NeedsReading(seen, c.now), c.read) << c.now.size << " " << c.now.identity;
+    EXPECT_EQ(Rewritten(seen, c.now), c.rewritten) << c.now.size << " " << c.now.identity;
+  }
+}
+
+TEST(WatchRulesTest, IdentityKeysTellFilesApartAndZeroIsNotKnown) {
+  EXPECT_EQ(IdentityKey({}), 0u);
+  const os::FileIdentity identities[] = {{0, 1}, {0, 2}, {1, 0}, {1, 1}, {2, 1}, {1, 2}, {2, 0}};
+  for (const os::FileIdentity& a : identities) {
+    EXPECT_NE(IdentityKey(a), 0u) << a.device << ":" << a.inode;
+    for (const os::FileIdentity& b : identities) {
+      EXPECT_EQ(IdentityKey(a) == IdentityKey(b), a == b) << a.device << ":" << a.inode;
+    }
   }
 }
 

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <chrono>
-#include <mutex>
+#include <numeric>
 #include <optional>
 #include <thread>
 
 #include "analysis/natural_order.h"
 #include "driver/console.h"
+#include "driver/direct_run.h"
 #include "driver/pipeline.h"
 #include "driver/watch_state.h"
 #include "os/change_feed.h"
@@ -18,6 +19,7 @@
 #include "recio/log_directory.h"
 #include "recio/name_list.h"
 #include "recio/output_unit.h"
+#include "report/cell_store.h"
 #include "report/html_report.h"
 #include "report/script_rows.h"
 #include "report/watch_view.h"
@@ -44,41 +46,95 @@ struct Operand {
   int feed = -1;                        // its number in the change feed, when it has one
 };
 
-// A log to read this time.
-struct Pending {
-  std::uint32_t operand;
-  std::uint32_t index;  // in the operand's names
-  WatchState::Slot slot;
-  FileStamp stamp;
-};
-
-class PendingLogs : public LogSource {
+// The logs of every operand, each by a number: those of the first operand from 0 on, in the
+// order of its names, then those of the next.
+class WatchedLogs {
  public:
-  PendingLogs(const std::vector<Operand>& operands, const std::vector<Pending>& pending)
-      : operands_(operands), pending_(pending) {}
-  std::size_t size() const override { return pending_.size(); }
-  LogPlace PlaceOf(std::size_t index) const override {
-    const Pending& log = pending_[index];
-    const Operand& operand = operands_[log.operand];
-    LogPlace place;
-    place.path = operand.names[log.index];
-    if (!operand.directory) return place;
-    place.directory = &operand.path;
-    place.name = place.path;
-    place.path = PathOf(operand, log.index);
-    return place;
+  std::vector<Operand> operands;
+
+  // Numbers the logs again, after the names of an operand changed.
+  void Renumber() {
+    first_.clear();
+    std::uint32_t count = 0;
+    for (const Operand& operand : operands) {
+      first_.push_back(count);
+      count += static_cast<std::uint32_t>(operand.names.size());
+    }
+    count_ = count;
+  }
+  std::uint32_t size() const { return count_; }
+  std::uint32_t first(std::size_t operand) const { return first_[operand]; }
+
+  // The operand of log `number`, and the index of its name there.
+  std::pair<std::size_t, std::size_t> Locate(std::uint32_t number) const {
+    // An operand without logs has the first number of the next one: the last of those wins.
+    const std::size_t operand =
+        static_cast<std::size_t>(std::upper_bound(first_.begin(), first_.end(), number) -
+                                 first_.begin()) -
+        1;
+    return {operand, number - first_[operand]};
+  }
+  WatchState::Slot SlotOf(std::uint32_t number) const {
+    const auto [operand, index] = Locate(number);
+    return operands[operand].slots[index];
   }
 
   // Log `index` of `operand` as its row names it, as the direct modes name it.
+  static void PathOf(const Operand& operand, std::size_t index, std::string* path) {
+    path->assign(operand.names[index]);
+    if (!operand.directory || operand.path == ".") return;
+    path->insert(0, operand.path + (operand.path.ends_with('/') ? "" : "/"));
+  }
   static std::string PathOf(const Operand& operand, std::size_t index) {
-    std::string name(operand.names[index]);
-    if (!operand.directory || operand.path == ".") return name;
-    return operand.path + (operand.path.ends_with('/') ? "" : "/") + name;
+    std::string path;
+    PathOf(operand, index, &path);
+    return path;
+  }
+  void PathOf(std::uint32_t number, std::string* path) const {
+    const auto [operand, index] = Locate(number);
+    PathOf(operands[operand], index, path);
+  }
+
+  LogPlace PlaceOf(std::uint32_t number) const {
+    const auto [o, index] = Locate(number);
+    const Operand& operand = operands[o];
+    LogPlace place;
+    PathOf(operand, index, &place.path);
+    if (operand.directory) {
+      place.directory = &operand.path;
+      place.name = operand.names[index];
+    }
+    return place;
   }
 
  private:
-  const std::vector<Operand>& operands_;
-  const std::vector<Pending>& pending_;
+  std::vector<std::uint32_t> first_;  // the number of each operand's first log
+  std::uint32_t count_ = 0;
+};
+
+// The logs that a look reads: all of them in the order of their numbers, or those whose numbers
+// `order` holds, in its order.
+class LookSource : public LogSource {
+ public:
+  LookSource(const WatchedLogs& logs, const std::vector<std::uint32_t>* order)
+      : logs_(logs), order_(order) {}
+  std::size_t size() const override { return order_ ? order_->size() : logs_.size(); }
+  std::uint32_t NumberOf(std::size_t index) const {
+    return order_ ? (*order_)[index] : static_cast<std::uint32_t>(index);
+  }
+  LogPlace PlaceOf(std::size_t index) const override { return logs_.PlaceOf(NumberOf(index)); }
+
+ private:
+  const WatchedLogs& logs_;
+  const std::vector<std::uint32_t>* order_;
+};
+
+// What a full look has learnt of each log, by its slot, before it reads any.
+enum class Mark : std::uint8_t {
+  kAsk,   // to be described: nothing is known of it yet
+  kDue,   // to be read when it is still there: its running time is up
+  kSame,  // not to be read: it has not changed, or it is gone
+  kRead,  // to be read
 };
 
 // Runs body(begin, end) over [0, count) in a few parts on their own threads.
@@ -100,21 +156,33 @@ class Watch {
       : options_(options),
         state_(options.running_for),
         view_(options.output == WatchOutput::kView && os::IsTerminal(os::kStandardOutput)) {
-    for (const std::string& path : options.paths) operands_.emplace_back().path = path;
+    for (const std::string& path : options.paths) logs_.operands.emplace_back().path = path;
   }
 
   int Run();
 
  private:
-  void Look(bool first);
-  // The logs to read that the change feed names, with the due ones; false when a full look is
-  // needed instead: changes were lost, a log is new or gone, or an operand has no feed.
-  bool Told(const std::vector<WatchState::Slot>& due, std::vector<Pending>* pending);
-  // Puts *pending in the natural order of the logs' names (NaturalLess).
-  void NaturalOrder(std::vector<Pending>* pending) const;
-  void Relist(Operand& operand, std::vector<WatchEvent>* events);
-  std::vector<Pending> Changed(const std::vector<WatchState::Slot>& due);
-  void Read(const std::vector<Pending>& pending, bool first, std::vector<WatchEvent>* events);
+  // Looks at the logs, reads those that are new, changed or due, and shows what changed. The
+  // first look reads every log. The look at the `end` lists and describes every log, and reads
+  // each running one again as one whose time is up: no run is running after it.
+  void Look(bool first, bool end = false);
+  // The numbers of the logs to read that the change feed names, with the due ones; false when a
+  // full look is needed instead: changes were lost, a log is new or gone, or an operand has no
+  // feed.
+  bool Told(const std::vector<WatchState::Slot>& due, std::vector<std::uint32_t>* pending);
+  // The numbers of all logs in the natural order of their paths (NaturalLess).
+  std::vector<std::uint32_t> NaturalOrder() const;
+  // Lists `operand` again: its logs that are gone are removed, its new ones added. Where the
+  // listing tells a log's size and time and `trust_listing`, they mark it in *marks.
+  void Relist(Operand& operand, bool trust_listing, std::vector<Mark>* marks,
+              std::vector<WatchEvent>* events);
+  // The numbers of the logs to read after a full look: those that *marks and `due` name, and
+  // those that a metadata lookup finds changed.
+  std::vector<std::uint32_t> Changed(const std::vector<WatchState::Slot>& due,
+                                     std::vector<Mark>* marks);
+  // Reads the logs that `order` numbers, or all of them when it is null.
+  void Read(const std::vector<std::uint32_t>* order, bool first, bool end,
+            std::vector<WatchEvent>* events);
   void Show(const std::vector<WatchEvent>& events, bool first);
   void Draw(bool force);
   WatchSummary Summary();
@@ -124,17 +192,18 @@ class Watch {
   const WatchOptions& options_;
   WatchState state_;
   const bool view_;
-  std::vector<Operand> operands_;
+  WatchedLogs logs_;
   Console console_;
   std::vector<std::string> notes_;  // to be shown in the view
-  // The live page's cells of each slot's log, for kHtml.
-  std::vector<std::optional<HtmlReport::Cells>> cells_;
+  CellStore cells_;                 // of each slot's log, for kHtml
   std::vector<std::string> last_view_;
   os::TerminalSize size_;
   bool page_due_ = false;
   SteadyClock::time_point page_written_;
   // Where the system tells changes, a look between two full ones (every kFullLook) looks only
-  // at the logs it names and at the running logs that are due.
+  // at the logs it names and at the running logs that are due. Where a directory's listing
+  // tells each log's size and time, a full look between two deep ones (every kFullLook) takes
+  // them from it and asks the system only of the running logs.
   os::ChangeFeed feed_;
   SteadyClock::time_point full_due_;
   static constexpr std::chrono::seconds kFullLook{30};
@@ -156,110 +225,155 @@ void Watch::Note(Operand& operand, std::string problem) {
   if (!problem.empty()) notes_.push_back(note);
 }
 
-void Watch::Relist(Operand& operand, std::vector<WatchEvent>* events) {
-  NameList fresh;
+void Watch::Relist(Operand& operand, bool trust_listing, std::vector<Mark>* marks,
+                   std::vector<WatchEvent>* events) {
+  // The listing is not kept: each name is looked up among those known, and only the new ones
+  // are kept, so that a look holds no second list of a large batch.
+  std::vector<bool> seen(operand.names.size());
+  NameList added;
   std::string problem;
   // A directory that is gone stays one: its logs are gone with it, and it is looked for.
   operand.directory = operand.directory || os::IsDirectory(operand.path);
   if (operand.directory) {
-    if (!ListLogNames(operand.path, &fresh, &problem)) {
+    const os::NameCase name_case = os::PatternCase();
+    const bool listed =
+        os::ListDirectory(operand.path, &problem, [&](const os::ListedEntry& entry) {
+          if (!MatchesLogPattern(entry.name, name_case)) return;
+          const std::size_t i = operand.names.LowerBound(entry.name);
+          if (i == operand.names.size() || operand.names[i] != entry.name) {
+            added.Add(entry.name);
+            return;
+          }
+          seen[i] = true;
+          const WatchState::Slot slot = operand.slots[i];
+          // A running log is asked for itself: NTFS may tell the size of a file that a
+          // program holds open as it was when it was opened.
+          if (trust_listing && entry.described && !entry.link && !state_.Running(slot)) {
+            const FileStamp listed{entry.size, entry.modified, 0};
+            (*marks)[slot] = state_.NeedsRead(slot, listed) ? Mark::kRead : Mark::kSame;
+          }
+        });
+    if (!listed) {
       problem = "cannot read the directory: " + problem;
+      seen.assign(seen.size(), false);
+      added = NameList();
     }
   } else {
     os::FileStatus status;
     if (os::DescribeAt(os::kWorkingDirectory, operand.path, &status, &problem) ==
         os::OpenResult::kMissing) {
       problem = "cannot open: " + problem;
+    } else if (operand.names.size() == 0) {
+      problem.clear();
+      added.Add(operand.path);
     } else {
       problem.clear();
-      fresh.Add(operand.path);
+      seen[0] = true;
     }
   }
   Note(operand, problem);
-  // Both lists are sorted byte by byte: one pass pairs the names that stay.
-  std::vector<WatchState::Slot> slots;
-  slots.reserve(fresh.size());
-  std::size_t i = 0;
-  for (std::size_t j = 0; j < fresh.size(); ++j) {
-    while (i < operand.names.size() && operand.names[i] < fresh[j]) {
-      state_.Remove(operand.slots[i], PendingLogs::PathOf(operand, i), events);
-      ++i;
+  if (std::find(seen.begin(), seen.end(), false) != seen.end()) {
+    for (std::size_t i = 0; i < seen.size(); ++i) {
+      if (seen[i]) continue;
+      state_.Remove(operand.slots[i], WatchedLogs::PathOf(operand, i), events);
+      cells_.Drop(operand.slots[i]);
     }
-    if (i < operand.names.size() && operand.names[i] == fresh[j]) {
-      slots.push_back(operand.slots[i++]);
+    operand.names.Keep(seen);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < seen.size(); ++i) {
+      if (seen[i]) operand.slots[kept++] = operand.slots[i];
+    }
+    operand.slots.resize(kept);
+  }
+  if (added.size() == 0) return;
+  added.SortFrom(0);
+  if (operand.names.size() == 0) {  // the first listing: nothing to merge
+    state_.Reserve(added.size());
+    operand.names = std::move(added);
+    operand.slots.resize(operand.names.size());
+    for (WatchState::Slot& slot : operand.slots) slot = state_.Add();
+    return;
+  }
+  // The new names' slots go where Merge put the names, the others move up behind them.
+  const std::vector<std::size_t> places = operand.names.Merge(added);
+  std::size_t old = operand.slots.size();
+  operand.slots.resize(operand.names.size());
+  for (std::size_t at = operand.slots.size(), k = places.size(); k > 0;) {
+    --at;
+    if (places[k - 1] == at) {
+      operand.slots[at] = state_.Add();
+      --k;
     } else {
-      slots.push_back(state_.Add());
+      operand.slots[at] = operand.slots[--old];
     }
   }
-  for (; i < operand.names.size(); ++i) {
-    state_.Remove(operand.slots[i], PendingLogs::PathOf(operand, i), events);
-  }
-  operand.names = std::move(fresh);
-  operand.slots = std::move(slots);
 }
 
-std::vector<Pending> Watch::Changed(const std::vector<WatchState::Slot>& due) {
-  std::vector<bool> is_due;
+std::vector<std::uint32_t> Watch::Changed(const std::vector<WatchState::Slot>& due,
+                                          std::vector<Mark>* marks) {
+  marks->resize(state_.slots(), Mark::kAsk);
   for (const WatchState::Slot slot : due) {
-    if (slot >= is_due.size()) is_due.resize(slot + 1);
-    is_due[slot] = true;
+    // A due log is read when it is still there: the listing said so, or a lookup will.
+    Mark& mark = (*marks)[slot];
+    mark = mark == Mark::kAsk ? Mark::kDue : Mark::kRead;
   }
-  std::vector<Pending> pending;
-  for (std::uint32_t o = 0; o < operands_.size(); ++o) {
-    const Operand& operand = operands_[o];
+  std::vector<std::uint32_t> pending;
+  for (std::size_t o = 0; o < logs_.operands.size(); ++o) {
+    const Operand& operand = logs_.operands[o];
     std::string error;
     const int directory =
         operand.directory ? os::OpenDirectory(operand.path, &error) : os::kWorkingDirectory;
     if (directory == os::kNoFile) continue;  // gone since it was listed: the next look says so
-    const std::size_t count = operand.names.size();
-    std::mutex mutex;
-    InParts(count, options_.jobs, [&](std::size_t begin, std::size_t end) {
-      std::vector<Pending> found;
+    InParts(operand.names.size(), options_.jobs, [&](std::size_t begin, std::size_t end) {
+      std::string name;
       std::string reason;
       for (std::size_t i = begin; i < end; ++i) {
-        os::FileStatus status;
-        const std::string name(operand.names[i]);
-        if (os::DescribeAt(directory, name, &status, &reason) != os::OpenResult::kOpened) continue;
-        const FileStamp stamp{status.size, status.modified.value_or(0), status.identity};
         const WatchState::Slot slot = operand.slots[i];
-        const bool due_now = slot < is_due.size() && is_due[slot];
-        if (due_now || state_.NeedsRead(slot, stamp)) {
-          found.push_back({o, static_cast<std::uint32_t>(i), slot, stamp});
+        Mark& mark = (*marks)[slot];
+        if (mark != Mark::kAsk && mark != Mark::kDue) continue;
+        os::FileStatus status;
+        name.assign(operand.names[i]);
+        if (os::DescribeAt(directory, name, &status, &reason) != os::OpenResult::kOpened) {
+          mark = Mark::kSame;  // gone since it was listed, or not to be asked
+        } else if (mark == Mark::kDue || state_.NeedsRead(slot, StampOf(status))) {
+          mark = Mark::kRead;
+        } else {
+          mark = Mark::kSame;
         }
       }
-      const std::lock_guard<std::mutex> lock(mutex);
-      pending.insert(pending.end(), found.begin(), found.end());
     });
     if (directory != os::kWorkingDirectory) os::CloseFile(directory);
+    for (std::size_t i = 0; i < operand.names.size(); ++i) {
+      if ((*marks)[operand.slots[i]] == Mark::kRead) {
+        pending.push_back(logs_.first(o) + static_cast<std::uint32_t>(i));
+      }
+    }
   }
-  // The parts finish in any order: the logs are read in the order of the listing.
-  std::sort(pending.begin(), pending.end(), [](const Pending& a, const Pending& b) {
-    return a.operand != b.operand ? a.operand < b.operand : a.index < b.index;
-  });
   return pending;
 }
 
-void Watch::Read(const std::vector<Pending>& pending, bool first, std::vector<WatchEvent>* events) {
-  if (pending.empty()) return;
-  const PendingLogs source(operands_, pending);
+void Watch::Read(const std::vector<std::uint32_t>* order, bool first, bool end,
+                 std::vector<WatchEvent>* events) {
+  const LookSource source(logs_, order);
+  if (source.size() == 0) return;
   const bool page = options_.output == WatchOutput::kHtml;
   const bool rows = options_.output == WatchOutput::kCsv || options_.output == WatchOutput::kJson;
   const std::int64_t now = Now();
   const std::int64_t window = options_.running_for;
-  PipelineStages<std::optional<HtmlReport::Cells>> stages;
+  PipelineStages<HtmlReport::Cells> stages;
   stages.wants = {.rows = true, .tail_records = page ? HtmlReport::kTailRecords : 0};
-  stages.finish = [&](ReadLog<std::optional<HtmlReport::Cells>>& log) {
-    log.row.running = RunningAt(log.row, now, window);
+  stages.finish = [&](ReadLog<HtmlReport::Cells>& log) {
+    log.row.running = !end && RunningAt(log.row, now, window);
     if (page) log.extra = HtmlReport::Encode(log.row);
   };
   std::size_t next = 0;
-  stages.sink = [&](ReadLog<std::optional<HtmlReport::Cells>>& log) {
-    const Pending& read = pending[next++];
-    const RunEvent event = state_.Apply(read.slot, log.row, read.stamp, now, first, events);
-    if (page) {
-      if (read.slot >= cells_.size()) cells_.resize(read.slot + 1);
-      cells_[read.slot] = std::move(log.extra);
-    }
+  stages.sink = [&](ReadLog<HtmlReport::Cells>& log) {
+    const WatchState::Slot slot = logs_.SlotOf(source.NumberOf(next++));
+    // The stamp is the one the log had when it was opened, before it was read: a change made
+    // while it was read is seen at the next look.
+    const RunEvent event =
+        state_.Apply(slot, log.row, StampOf(log.row.described), now, first, events);
+    if (page) cells_.Put(slot, std::move(log.extra));
     if (!rows || (event != RunEvent::kFinished && event != RunEvent::kFailed)) return;
     console_.Write(options_.output == WatchOutput::kCsv ? CsvRow(log.row) : JsonRow(log.row));
   };
@@ -267,36 +381,43 @@ void Watch::Read(const std::vector<Pending>& pending, bool first, std::vector<Wa
   page_due_ = true;
 }
 
-void Watch::Look(bool first) {
+void Watch::Look(bool first, bool end) {
   std::vector<WatchEvent> events;
-  const std::vector<WatchState::Slot> due = state_.Due(Now());
-  std::vector<Pending> pending;
-  if (first || SteadyClock::now() >= full_due_ || !Told(due, &pending)) {
+  const std::vector<WatchState::Slot> due = state_.Due(Now(), end);
+  std::vector<std::uint32_t> pending;
+  const bool deep = first || end || SteadyClock::now() >= full_due_;
+  if (deep || !Told(due, &pending)) {
     feed_.Take([](int, std::string_view) {});  // this look sees everything
-    for (Operand& operand : operands_) {
+    std::vector<Mark> marks(state_.slots(), Mark::kAsk);
+    for (Operand& operand : logs_.operands) {
       // Told of first, then listed, so that no change falls between the two; again at each full
       // look, since a directory that went and came back is another one.
       operand.feed = feed_.Watch(operand.path);
-      Relist(operand, &events);
+      Relist(operand, !deep, &marks, &events);
       if (!operand.directory || !operand.problem.empty()) operand.feed = -1;
     }
-    pending = Changed(due);
-    full_due_ = SteadyClock::now() + kFullLook;
+    logs_.Renumber();
+    if (!first) pending = Changed(due, &marks);
+    if (deep) full_due_ = SteadyClock::now() + kFullLook;
   }
   if (!events.empty()) page_due_ = true;
-  // The first rows come in natural order: the logs are read in that order, so that no row
-  // waits in memory for the others.
-  if (first && options_.output != WatchOutput::kView && options_.output != WatchOutput::kHtml) {
-    NaturalOrder(&pending);
+  if (first) {
+    // The first look reads every log without a list of them; the first rows come in natural
+    // order, so that no row waits in memory for the others.
+    const bool rows = options_.output == WatchOutput::kCsv || options_.output == WatchOutput::kJson;
+    const std::vector<std::uint32_t> order = rows ? NaturalOrder() : std::vector<std::uint32_t>();
+    Read(rows ? &order : nullptr, first, end, &events);
+  } else {
+    Read(&pending, first, end, &events);
   }
-  Read(pending, first, &events);
-  Show(events, first);
+  if (!end) Show(events, first);
 }
 
-bool Watch::Told(const std::vector<WatchState::Slot>& due, std::vector<Pending>* pending) {
+bool Watch::Told(const std::vector<WatchState::Slot>& due, std::vector<std::uint32_t>* pending) {
   std::vector<std::pair<std::uint32_t, std::string>> named;
-  for (std::uint32_t o = 0; o < operands_.size(); ++o) {
-    const Operand& operand = operands_[o];
+  const std::vector<Operand>& operands = logs_.operands;
+  for (std::uint32_t o = 0; o < operands.size(); ++o) {
+    const Operand& operand = operands[o];
     if (operand.directory && operand.feed < 0) return false;
     if (!operand.directory) {
       if (operand.names.size() == 0) return false;  // a missing file PATH: is it back?
@@ -304,72 +425,56 @@ bool Watch::Told(const std::vector<WatchState::Slot>& due, std::vector<Pending>*
     }
   }
   const bool whole = feed_.Take([&](int feed, std::string_view name) {
-    for (std::uint32_t o = 0; o < operands_.size(); ++o) {
-      if (operands_[o].directory && operands_[o].feed == feed) named.emplace_back(o, name);
+    for (std::uint32_t o = 0; o < operands.size(); ++o) {
+      if (operands[o].directory && operands[o].feed == feed) named.emplace_back(o, name);
     }
   });
   if (!whole) return false;
   // The due logs are looked for among all: they are few.
   for (const WatchState::Slot slot : due) {
-    for (std::uint32_t o = 0; o < operands_.size(); ++o) {
-      const auto& slots = operands_[o].slots;
+    for (std::uint32_t o = 0; o < operands.size(); ++o) {
+      const auto& slots = operands[o].slots;
       const auto at = std::find(slots.begin(), slots.end(), slot);
       if (at != slots.end()) {
         named.emplace_back(
-            o, std::string(operands_[o].names[static_cast<std::size_t>(at - slots.begin())]));
+            o, std::string(operands[o].names[static_cast<std::size_t>(at - slots.begin())]));
       }
     }
   }
   std::sort(named.begin(), named.end());
   named.erase(std::unique(named.begin(), named.end()), named.end());
   for (const auto& [o, name] : named) {
-    const Operand& operand = operands_[o];
+    const Operand& operand = operands[o];
     if (operand.directory && !MatchesLogPattern(name, os::PatternCase())) continue;
-    // The names are sorted byte by byte, as ListLogNames sorts them.
-    std::size_t low = 0;
-    std::size_t high = operand.names.size();
-    while (low < high) {
-      const std::size_t middle = (low + high) / 2;
-      if (operand.names[middle] < name) {
-        low = middle + 1;
-      } else {
-        high = middle;
-      }
-    }
-    if (low == operand.names.size() || operand.names[low] != name) return false;  // a new log
+    const std::size_t index = operand.names.LowerBound(name);
+    if (index == operand.names.size() || operand.names[index] != name) return false;  // new
     std::string error;
     os::FileStatus status;
-    const std::string path = operand.directory ? PendingLogs::PathOf(operand, low) : name;
+    const std::string path = operand.directory ? WatchedLogs::PathOf(operand, index) : name;
     if (os::DescribeAt(os::kWorkingDirectory, path, &status, &error) != os::OpenResult::kOpened) {
       return false;  // gone, or not what it was
     }
-    const FileStamp stamp{status.size, status.modified.value_or(0), status.identity};
-    const WatchState::Slot slot = operand.slots[low];
-    if (state_.NeedsRead(slot, stamp) || std::find(due.begin(), due.end(), slot) != due.end()) {
-      pending->push_back({o, static_cast<std::uint32_t>(low), slot, stamp});
+    const WatchState::Slot slot = operand.slots[index];
+    if (state_.NeedsRead(slot, StampOf(status)) ||
+        std::find(due.begin(), due.end(), slot) != due.end()) {
+      pending->push_back(logs_.first(o) + static_cast<std::uint32_t>(index));
     }
   }
-  std::sort(pending->begin(), pending->end(), [](const Pending& a, const Pending& b) {
-    return a.operand != b.operand ? a.operand < b.operand : a.index < b.index;
-  });
+  std::sort(pending->begin(), pending->end());
   return true;
 }
 
-void Watch::NaturalOrder(std::vector<Pending>* pending) const {
-  std::vector<std::string> paths;
-  paths.reserve(pending->size());
-  for (const Pending& log : *pending) {
-    paths.push_back(PendingLogs::PathOf(operands_[log.operand], log.index));
-  }
-  std::vector<std::uint32_t> order(pending->size());
-  for (std::uint32_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::stable_sort(order.begin(), order.end(), [&paths](std::uint32_t a, std::uint32_t b) {
-    return NaturalLess(paths[a], paths[b]);
+std::vector<std::uint32_t> Watch::NaturalOrder() const {
+  std::vector<std::uint32_t> order(logs_.size());
+  std::iota(order.begin(), order.end(), 0);
+  std::string a;
+  std::string b;
+  std::stable_sort(order.begin(), order.end(), [&](std::uint32_t x, std::uint32_t y) {
+    logs_.PathOf(x, &a);
+    logs_.PathOf(y, &b);
+    return NaturalLess(a, b);
   });
-  std::vector<Pending> sorted;
-  sorted.reserve(order.size());
-  for (const std::uint32_t i : order) sorted.push_back((*pending)[i]);
-  *pending = std::move(sorted);
+  return order;
 }
 
 WatchSummary Watch::Summary() {
@@ -429,10 +534,10 @@ void Watch::Show(const std::vector<WatchEvent>& events, bool first) {
 }
 
 void Watch::WritePage(bool live) {
-  HtmlReport report(options_.paths, Now(), HtmlReport::Input::kLogs, live);
-  for (const Operand& operand : operands_) {
+  HtmlReport report(options_.paths, live ? Now() : MadeAt(), HtmlReport::Input::kLogs, live);
+  for (const Operand& operand : logs_.operands) {
     for (const WatchState::Slot slot : operand.slots) {
-      if (slot < cells_.size() && cells_[slot]) report.Add(*cells_[slot]);
+      if (const HtmlReport::Cells* cells = cells_.Get(slot)) report.Add(*cells);
     }
   }
   // Written beside the file and put in its place: a reader never finds half a page.
@@ -496,6 +601,9 @@ int Watch::Run() {
       }
       break;
     case WatchOutput::kHtml:
+      // The last page is the one --html would write now: running runs are read once more, as
+      // runs whose time is up.
+      Look(false, true);
       WritePage(false);
       break;
     case WatchOutput::kCsv:

@@ -6,18 +6,21 @@
 
 namespace tabrun {
 
+void WatchState::Reserve(std::size_t logs) {
+  const std::size_t wanted = logs_by_slot_.size() + logs - std::min(logs, free_.size());
+  stamps_.reserve(wanted);
+  logs_by_slot_.reserve(wanted);
+}
+
 WatchState::Slot WatchState::Add() {
-  Slot slot;
   if (!free_.empty()) {
-    slot = free_.back();
+    const Slot slot = free_.back();
     free_.pop_back();
-    logs_by_slot_[slot] = {};
-  } else {
-    slot = static_cast<Slot>(logs_by_slot_.size());
-    logs_by_slot_.emplace_back();
+    return slot;
   }
-  logs_by_slot_[slot].in_use = true;
-  return slot;
+  stamps_.emplace_back();
+  logs_by_slot_.emplace_back();
+  return static_cast<Slot>(logs_by_slot_.size() - 1);
 }
 
 void WatchState::Count(const Log& log, int by) {
@@ -36,19 +39,19 @@ void WatchState::Remove(Slot slot, std::string_view log, std::vector<WatchEvent>
   Count(gone, -1);
   Forget(log);
   running_.erase(slot);
-  gone = {};
+  gone = Log();
+  stamps_[slot] = {};
   free_.push_back(slot);
 }
 
 bool WatchState::NeedsRead(Slot slot, const FileStamp& stamp) const {
-  const Log& log = logs_by_slot_[slot];
-  return !log.read || NeedsReading(log.stamp, stamp);
+  return !logs_by_slot_[slot].read || NeedsReading(stamps_[slot], stamp);
 }
 
-std::vector<WatchState::Slot> WatchState::Due(std::int64_t now) const {
+std::vector<WatchState::Slot> WatchState::Due(std::int64_t now, bool all) const {
   std::vector<Slot> due;
   for (const auto& [slot, modified] : running_) {
-    if (!StillRunning(modified, now, window_)) due.push_back(slot);
+    if (all || !StillRunning(modified, now, window_)) due.push_back(slot);
   }
   return due;
 }
@@ -58,9 +61,9 @@ RunEvent WatchState::Apply(Slot slot, const RunRow& row, const FileStamp& stamp,
   Log& log = logs_by_slot_[slot];
   const bool had = log.read;
   const RunStatus before = log.status;
-  const bool rewritten = had && Rewritten(log.stamp, stamp);
+  const bool rewritten = had && Rewritten(stamps_[slot], stamp);
   Count(log, -1);
-  log.stamp = stamp;
+  stamps_[slot] = stamp;
   log.status = row.status();
   log.read = true;
   Count(log, 1);

@@ -28,6 +28,11 @@ class WatchState {
   // `window`: how many seconds a log without an outcome counts as running after its last change.
   explicit WatchState(std::int64_t window) : window_(window) {}
 
+  // Makes room for `logs` more logs at once, so that a batch's first look takes no more memory
+  // than its logs need.
+  void Reserve(std::size_t logs);
+  // How many slots there are, free ones too: every slot is below this.
+  std::size_t slots() const { return logs_by_slot_.size(); }
   // A slot for a new log, which has no status until Apply.
   Slot Add();
   // The log in `slot`, named `log`, is gone: its run no longer counts, and the slot is free.
@@ -37,8 +42,10 @@ class WatchState {
   bool NeedsRead(Slot slot, const FileStamp& stamp) const;
 
   // The slots of running logs that have not changed for the window at `now`: read again, they
-  // become the failure their scan says.
-  std::vector<Slot> Due(std::int64_t now) const;
+  // become the failure their scan says. With `all`, the slots of every running log.
+  std::vector<Slot> Due(std::int64_t now, bool all = false) const;
+  // True when the log in `slot` was running when it was read last.
+  bool Running(Slot slot) const { return running_.contains(slot); }
 
   // Takes the row of the log in `slot` as read at `now`, whose stamp was `stamp`; row.running
   // says whether it runs (RunningAt). Says what happened in *events unless `quiet` (the first
@@ -57,18 +64,19 @@ class WatchState {
   const std::deque<RecentFailure>& recent_failures() const { return recent_failures_; }
 
  private:
-  // What the watch keeps of one log: little, since a batch may hold hundreds of thousands.
+  // What the watch keeps of one log besides its stamp, in one byte, since a batch may hold
+  // hundreds of thousands: its status as the watch gives it, and whether Apply has had it.
   struct Log {
-    FileStamp stamp;
-    RunStatus status = RunStatus::kOk;  // as the watch gives it
-    bool read = false;                  // Apply has had it
-    bool in_use = false;
+    RunStatus status : 7 = RunStatus::kOk;
+    bool read : 1 = false;
   };
+  static_assert(sizeof(Log) == 1);
 
   void Count(const Log& log, int by);
   void Forget(std::string_view log);
 
   const std::int64_t window_;
+  std::vector<FileStamp> stamps_;  // of each slot
   std::vector<Log> logs_by_slot_;
   std::vector<Slot> free_;
   std::map<Slot, std::int64_t> running_;  // the running logs' slots, with their modified time

@@ -28,23 +28,20 @@ TEST(WatchStateTest, CountsEachRunOnceThroughItsLife) {
   const WatchState::Slot a = state.Add();
   const WatchState::Slot b = state.Add();
   const WatchState::Slot c = state.Add();
-  const FileStamp stamp_a{10, 900, {1, 1}};
+  const FileStamp stamp_a{10, 900, 1};
   state.Apply(a, Row("a.log", RunStatus::kOk, 900, false, 2.5), stamp_a, 1000, true, &events);
-  state.Apply(b, Row("b.log", RunStatus::kOk, 900, false, 1.5), {10, 900, {1, 2}}, 1000, true,
-              &events);
-  state.Apply(c, Row("c.log", RunStatus::kBadEnd, 990, true), {5, 990, {1, 3}}, 1000, true,
-              &events);
+  state.Apply(b, Row("b.log", RunStatus::kOk, 900, false, 1.5), {10, 900, 2}, 1000, true, &events);
+  state.Apply(c, Row("c.log", RunStatus::kBadEnd, 990, true), {5, 990, 3}, 1000, true, &events);
   EXPECT_TRUE(events.empty());  // the first look tells nothing
   EXPECT_EQ(Count(state, RunStatus::kOk), 2u);
   EXPECT_EQ(Count(state, RunStatus::kRunning), 1u);
   EXPECT_EQ(state.best()[0].log, "b.log");
   EXPECT_FALSE(state.NeedsRead(a, stamp_a));
-  EXPECT_TRUE(state.NeedsRead(a, {11, 900, {1, 1}}));
+  EXPECT_TRUE(state.NeedsRead(a, {11, 900, 1}));
 
   EXPECT_TRUE(state.Due(1109).empty());
   EXPECT_EQ(state.Due(1110), std::vector<WatchState::Slot>{c});
-  state.Apply(c, Row("c.log", RunStatus::kBadEnd, 990, false), {5, 990, {1, 3}}, 1110, false,
-              &events);
+  state.Apply(c, Row("c.log", RunStatus::kBadEnd, 990, false), {5, 990, 3}, 1110, false, &events);
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].event, RunEvent::kFailed);
   EXPECT_EQ(Count(state, RunStatus::kRunning), 0u);
@@ -53,8 +50,7 @@ TEST(WatchStateTest, CountsEachRunOnceThroughItsLife) {
   EXPECT_TRUE(state.Due(5000).empty());
 
   // Restarted: it runs again, and is no recent failure any more.
-  state.Apply(c, Row("c.log", RunStatus::kBadEnd, 1115, true), {2, 1115, {1, 4}}, 1115, false,
-              &events);
+  state.Apply(c, Row("c.log", RunStatus::kBadEnd, 1115, true), {2, 1115, 4}, 1115, false, &events);
   EXPECT_EQ(events.back().event, RunEvent::kStarted);
   EXPECT_TRUE(state.recent_failures().empty());
   EXPECT_EQ(Count(state, RunStatus::kBadEnd), 0u);

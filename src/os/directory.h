@@ -21,13 +21,26 @@ NameCase PatternCase();
 // for a name that names nothing, and when the system cannot tell.
 bool IsDirectory(const std::string& path);
 
-// Hands the name of every entry of the directory `path` to `each`, one at a time, in the order
-// the system gives them, without "." and "..", each as the bytes the system stores (UTF-8 where
-// the system stores names in another form), so that a directory of a million entries is never
-// held whole here. Returns false with the system's reason in *error when the directory cannot
-// be opened or read; `each` may have had some of the names by then.
+// An entry of a directory as a listing gives it: its name and, where the listing itself says
+// them (`described`: on Windows, not on POSIX), its size, time and kind, so that a caller that
+// compares them needs no question per entry. Those of a `link` (a symbolic link or another
+// entry that leads elsewhere) are its own, not those of the file it leads to.
+struct ListedEntry {
+  std::string_view name;  // the bytes the system stores (UTF-8 where it stores another form)
+  bool described = false;
+  bool link = false;
+  bool is_directory = false;
+  std::uint64_t size = 0;     // in bytes
+  std::int64_t modified = 0;  // as FileStatus::modified (file.h)
+};
+
+// Hands every entry of the directory `path` to `each`, one at a time, in the order the system
+// gives them, without "." and "..", so that a directory of a million entries is never held
+// whole here. The name lives only during its call. Returns false with the system's reason in
+// *error when the directory cannot be opened or read; `each` may have had some of the entries
+// by then.
 bool ListDirectory(const std::string& path, std::string* error,
-                   const std::function<void(std::string_view name)>& each);
+                   const std::function<void(const ListedEntry& entry)>& each);
 
 // An entry of a directory with what the system says of it.
 struct DirectoryEntry {

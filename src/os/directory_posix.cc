@@ -51,7 +51,7 @@ bool IsDirectory(const std::string& path) {
 }
 
 bool ListDirectory(const std::string& path, std::string* error,
-                   const std::function<void(std::string_view name)>& each) {
+                   const std::function<void(const ListedEntry& entry)>& each) {
   DIR* dir = opendir(path.c_str());
   if (dir == nullptr && errno == ENAMETOOLONG) {
     const int directory = OpenDirectoryFd(path);
@@ -70,7 +70,7 @@ bool ListDirectory(const std::string& path, std::string* error,
     const dirent* entry = readdir(dir);
     if (entry == nullptr) break;
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") each(name);
+    if (name != "." && name != "..") each({.name = name});
   }
   const int read_errno = errno;
   closedir(dir);
@@ -84,9 +84,9 @@ bool ListDirectory(const std::string& path, std::string* error,
 bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* entries,
                           std::string* error) {
   entries->clear();
-  return ListDirectory(path, error, [&](std::string_view name) {
+  return ListDirectory(path, error, [&](const ListedEntry& listed) {
     struct stat st;
-    std::string entry(name);
+    std::string entry(listed.name);
     if (stat((path + "/" + entry).c_str(), &st) != 0) return;
     entries->push_back({std::move(entry), static_cast<std::uint64_t>(st.st_size),
                         static_cast<std::int64_t>(st.st_mtime), S_ISDIR(st.st_mode)});

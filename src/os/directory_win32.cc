@@ -17,8 +17,8 @@ bool IsDirectory(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* entries,
-                          std::string* error) {
+bool ListDirectory(const std::string& path, std::string* error,
+                   const std::function<void(const ListedEntry& entry)>& each) {
   std::wstring wide;
   if (!win32::Wide(path, &wide)) {
     *error = win32::ErrorText(ERROR_FILE_NOT_FOUND);
@@ -27,25 +27,24 @@ bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* 
   if (!wide.empty() && wide.back() != L'\\' && wide.back() != L'/') wide += L'\\';
   WIN32_FIND_DATAW found;
   const HANDLE find = FindFirstFileExW(win32::ApiPath(wide + L"*").c_str(), FindExInfoBasic, &found,
-                                       FindExSearchNameMatch, nullptr, 0);
-  entries->clear();
+                                       FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
   if (find == INVALID_HANDLE_VALUE) {
     const DWORD code = GetLastError();
     if (code == ERROR_FILE_NOT_FOUND) return true;  // a drive's root may have no entry at all
     *error = win32::ErrorText(code);
     return false;
   }
+  std::string name;
   do {
-    const std::wstring_view name = found.cFileName;
-    if (name == L"." || name == L"..") continue;
-    // FILETIME counts 100 ns from 1601-01-01, 11644473600 s before 1970.
-    const std::int64_t ticks =
-        static_cast<std::int64_t>((std::uint64_t{found.ftLastWriteTime.dwHighDateTime} << 32) |
-                                  found.ftLastWriteTime.dwLowDateTime);
-    entries->push_back({win32::Utf8(name),
-                        (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow,
-                        ticks / 10'000'000 - 11'644'473'600,
-                        (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0});
+    const std::wstring_view wide_name = found.cFileName;
+    if (wide_name == L"." || wide_name == L"..") continue;
+    name = win32::Utf8(wide_name);
+    each({.name = name,
+          .described = true,
+          .link = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0,
+          .is_directory = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
+          .size = (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow,
+          .modified = win32::SecondsSince1970(found.ftLastWriteTime)});
   } while (FindNextFileW(find, &found));
   const DWORD code = GetLastError();
   FindClose(find);
@@ -56,12 +55,13 @@ bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* 
   return true;
 }
 
-bool ListDirectory(const std::string& path, std::string* error,
-                   const std::function<void(std::string_view name)>& each) {
-  std::vector<DirectoryEntry> entries;
-  if (!ListDirectoryEntries(path, &entries, error)) return false;
-  for (const DirectoryEntry& entry : entries) each(entry.name);
-  return true;
+bool ListDirectoryEntries(const std::string& path, std::vector<DirectoryEntry>* entries,
+                          std::string* error) {
+  entries->clear();
+  return ListDirectory(path, error, [entries](const ListedEntry& listed) {
+    entries->push_back(
+        {std::string(listed.name), listed.size, listed.modified, listed.is_directory});
+  });
 }
 
 int OpenDirectory(const std::string& path, std::string* error) {

@@ -83,14 +83,7 @@ bool Describe(int file, FileStatus* status, std::string* error) {
   status->size = (std::uint64_t{info.nFileSizeHigh} << 32) | info.nFileSizeLow;
   status->identity = {info.dwVolumeSerialNumber,
                       (std::uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow};
-  // Ticks of 100 ns since 1601-01-01, in seconds since 1970, rounded down.
-  constexpr std::int64_t kTicksPerSecond = 10'000'000;
-  constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
-  const auto ticks =
-      static_cast<std::int64_t>((std::uint64_t{info.ftLastWriteTime.dwHighDateTime} << 32) |
-                                info.ftLastWriteTime.dwLowDateTime);
-  const std::int64_t seconds = ticks / kTicksPerSecond - (ticks % kTicksPerSecond < 0 ? 1 : 0);
-  status->modified = seconds - kSecondsFrom1601To1970;
+  status->modified = win32::SecondsSince1970(info.ftLastWriteTime);
   return true;
 }
 

@@ -11,6 +11,7 @@
 #undef CreateFile
 #undef ReplaceFile
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -44,6 +45,16 @@ inline constexpr int kBrokenPipeStatus = 141;
 void RememberDirectory(int directory, std::wstring path);
 std::wstring DirectoryPath(int directory);
 void ForgetDirectory(int directory);
+
+// A file time (ticks of 100 ns since 1601-01-01 UTC) in whole seconds since 1970-01-01 UTC,
+// rounded down, as FileStatus::modified (file.h) holds it.
+inline std::int64_t SecondsSince1970(const FILETIME& time) {
+  constexpr std::int64_t kTicksPerSecond = 10'000'000;
+  constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
+  const auto ticks =
+      static_cast<std::int64_t>((std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime);
+  return ticks / kTicksPerSecond - (ticks % kTicksPerSecond < 0 ? 1 : 0) - kSecondsFrom1601To1970;
+}
 
 // The operating-system handle behind the program's handle `file`, or INVALID_HANDLE_VALUE.
 HANDLE SystemHandle(int file);

@@ -19,9 +19,10 @@ bool MatchesLogPattern(std::string_view name, os::NameCase name_case) {
 bool ListLogNames(const std::string& path, NameList* names, std::string* error) {
   const std::size_t first = names->size();
   const os::NameCase name_case = os::PatternCase();
-  const bool listed = os::ListDirectory(path, error, [names, name_case](std::string_view name) {
-    if (MatchesLogPattern(name, name_case)) names->Add(name);
-  });
+  const bool listed =
+      os::ListDirectory(path, error, [names, name_case](const os::ListedEntry& entry) {
+        if (MatchesLogPattern(entry.name, name_case)) names->Add(entry.name);
+      });
   if (!listed) {
     names->Truncate(first);
     return false;

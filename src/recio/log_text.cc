@@ -19,13 +19,13 @@ LogText::OpenResult LogText::Open(int directory, const std::string& path, std::s
   if (opened != OpenResult::kOpened) return opened;
   os::FileStatus status;
   const bool described = os::Describe(fd, &status, error);
+  if (described) described_ = status;
   if (!described || status.kind == os::FileKind::kDirectory) {
     if (described) *error = os::IsDirectoryText();
     os::CloseFile(fd);
     return OpenResult::kFailed;
   }
   fd_ = fd;
-  identity_ = status.identity;
   if (status.kind != os::FileKind::kRegular) {
     if (status.kind != os::FileKind::kPipe) stream = Stream::kWhatIsThere;
     if (ReadStream(stream, error)) return OpenResult::kOpened;
@@ -110,7 +110,7 @@ bool LogText::Close(std::string* error) {
     fd_ = os::kNoFile;
   }
   source_ = nullptr;
-  identity_ = {};
+  described_ = {};
   modified_.reset();
   size_ = 0;
   buffer_offset_ = 0;

@@ -76,7 +76,12 @@ class LogText {
   bool cold() const { return cold_; }
 
   // True when the open file is the file `identity` names.
-  bool Is(const os::FileIdentity& identity) const { return identity == identity_; }
+  bool Is(const os::FileIdentity& identity) const { return identity == described_.identity; }
+
+  // What the system said of the file that Open opened last, before any of its bytes was read:
+  // also of a directory, which Open refuses. All zero when Open described nothing, and after
+  // Close.
+  const os::FileStatus& described() const { return described_; }
 
   // When the open file was last modified, in seconds since 1970-01-01 00:00:00 UTC, for a
   // regular file whose size the system states; none for bytes in memory, a pipe, a device and
@@ -175,7 +180,7 @@ class LogText {
   std::unique_ptr<char[]> buffer_;   // window_ bytes, made on the first read
   std::uint64_t buffer_offset_ = 0;  // file offset of buffer_[0]
   std::size_t buffer_length_ = 0;    // valid bytes in buffer_
-  os::FileIdentity identity_;        // the open file
+  os::FileStatus described_;         // the open file
   std::optional<std::int64_t> modified_;
   bool cold_ = false;
 };

@@ -33,6 +33,19 @@ class NameList {
   // staying where they are. REQUIRES: first <= size(), and fewer than 2^32 names.
   void SortFrom(std::size_t first);
 
+  // The index of the first name not less than `name` byte by byte, or size() when there is
+  // none. REQUIRES: the list is sorted so.
+  std::size_t LowerBound(std::string_view name) const;
+
+  // Keeps name i where keep[i] is true and drops the others, in place. REQUIRES: keep.size()
+  // == size().
+  void Keep(const std::vector<bool>& keep);
+
+  // Puts the names of `more` among these so that a list sorted byte by byte stays so, in place,
+  // and returns the index that each name of `more` has then, in order. REQUIRES: both lists are
+  // sorted byte by byte.
+  std::vector<std::size_t> Merge(const NameList& more);
+
   // Drops the names from index `count` on. REQUIRES: count <= size().
   void Truncate(std::size_t count) {
     ends_.resize(count);

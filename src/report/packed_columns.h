@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "report/packed_text.h"
@@ -35,6 +36,14 @@ class PackedColumns {
     void Code(std::uint8_t code) { Start().push_back(static_cast<char>(code)); }
     void Number(std::string_view digits) { Start().append(",").append(digits); }
     void Text(std::string_view text);  // any bytes: written as a JSON string
+
+    // The cells as one text and where each starts in it, for keeping them elsewhere; a text
+    // and starts that came from here make the same cells again.
+    const std::string& text() const { return text_; }
+    const std::vector<std::uint32_t>& starts() const { return start_; }
+    Cells() = default;
+    Cells(std::string text, std::vector<std::uint32_t> starts)
+        : text_(std::move(text)), start_(std::move(starts)) {}
 
    private:
     friend class PackedColumns;

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the two marked recipes of docs/guide.md with GNU parallel on this machine alone: the one
+# Runs the two marked recipes of README.md with GNU parallel on this machine alone: the one
 # for a shared file system over ':' (this machine), the one for node-local scratch disks over two
 # stand-in nodes (an ssh that runs the command here, in a directory of the node's own, where
 # `hostname` names the node). Their CSV must be what one tabrun --csv over all the logs writes,
@@ -19,11 +19,11 @@ fi
 # The sh block that follows the marker line of recipe $1.
 recipe() {
   awk -v mark="<!-- shard recipe: $1 -->" '$0 == mark { found = 1; next }
-    found && /^```sh$/ { on = 1; next } on && /^```$/ { exit } on' "$repo/docs/guide.md"
+    found && /^```sh$/ { on = 1; next } on && /^```$/ { exit } on' "$repo/README.md"
 }
 shared=$(recipe shared) scratch=$(recipe scratch)
 if [[ $shared != *"/archive"* || $scratch != *"/scratch"* ]]; then
-  echo "shard recipe: the recipes are not found in docs/guide.md"
+  echo "shard recipe: the recipes are not found in README.md"
   exit 1
 fi
 

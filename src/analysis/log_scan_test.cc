@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "analysis/markers.h"
@@ -13,13 +13,22 @@
 namespace tabrun {
 namespace {
 
-// A log of `count` records: record n is records[n] when given, "filler n" otherwise.
-std::string Numbered(const std::map<int, std::string>& records, int count) {
+// A log of `count` records: "filler n" for record n, but where (number, text) pairs say else.
+template <typename... Records>
+std::string Numbered(int count, const Records&... records) {
+  std::vector<std::string> lines;
+  for (int n = 1; n <= count; ++n) lines.push_back("filler " + std::to_string(n));
+  int number = 0;
+  [[maybe_unused]] const auto put = [&](const auto& record) {
+    if constexpr (std::is_integral_v<std::decay_t<decltype(record)>>) {
+      number = record;
+    } else {
+      lines.at(static_cast<std::size_t>(number - 1)) = record;
+    }
+  };
+  (put(records), ...);
   std::string text;
-  for (int n = 1; n <= count; ++n) {
-    const auto it = records.find(n);
-    text += (it != records.end() ? it->second : "filler " + std::to_string(n)) + "\n";
-  }
+  for (const std::string& line : lines) text += line + "\n";
   return text;
 }
 
@@ -47,90 +56,67 @@ TEST(LogScanTest, WhatEachLogSays) {
     std::string expected;
   } cases[] = {
       // The result line may stand 35 records above the CPU record, not 36; or below it.
-      {Numbered(
-           {{1, ctl}, {2, " Chi2: 2.31 Rp: 8"}, {36, "Normal end"}, {37, " CPU Time: 12.345 s"}},
-           37),
+      {Numbered(37, 1, ctl, 2, " Chi2: 2.31 Rp: 8", 36, "Normal end", 37, " CPU Time: 12.345 s"),
        "summary r.pcr| 12.345 s   |12.345|chi2: 2.31 Rp: 8"},
-      {Numbered({{1, " Chi2: 2.31 Rp: 8"}, {2, ctl}, {36, "Normal end"}, {37, "CPU Time: 1"}}, 37),
+      {Numbered(37, 1, " Chi2: 2.31 Rp: 8", 2, ctl, 36, "Normal end", 37, "CPU Time: 1"),
        "summary r.pcr| 1          |1|"},
-      {Numbered({{1, ctl}, {2, "Normal end"}, {3, "CPU Time: 1"}, {60, "Chi2: 9 Rp: 1"}}, 70),
+      {Numbered(70, 1, ctl, 2, "Normal end", 3, "CPU Time: 1", 60, "Chi2: 9 Rp: 1"),
        "summary r.pcr| 1          |1|chi2: 9 Rp: 1"},
       // R-F2 skips the column after its marker; the last "Chi2:" of a record counts; a Chi2
       // record without "Rp:" is passed over.
-      {Numbered({{1, "Control file *.pcr:run_b2"},
-                 {7, "RF2 -factor :5.67"},
-                 {8, "Normal end of run"},
-                 {9, "CPU Time: 3.5"}},
-                9),
+      {Numbered(9, 1, "Control file *.pcr:run_b2", 7, "RF2 -factor :5.67", 8, "Normal end of run",
+                9, "CPU Time: 3.5"),
        "summary run_b2.pcr| 3.5        |3.5|rf2:.67"},
-      {Numbered({{1, ctl},
-                 {2, "Chi2: 5"},
-                 {3, "Chi2: 1 Chi2: 2 Rp: 3 RF2 -factor :  4"},
-                 {5, "Normal end"},
-                 {6, "CPU Time: 1"}},
-                6),
+      {Numbered(6, 1, ctl, 2, "Chi2: 5", 3, "Chi2: 1 Chi2: 2 Rp: 3 RF2 -factor :  4", 5,
+                "Normal end", 6, "CPU Time: 1"),
        "summary r.pcr| 1          |1|chi2: 2 Rp: 3 RF2 -factor :  4"},
-      {Numbered({{1, ctl},
-                 {2, "Chi2: 5"},
-                 {3, "RF2 -factor :  6"},
-                 {5, "Normal end"},
-                 {6, "CPU Time: 1"}},
-                6),
+      {Numbered(6, 1, ctl, 2, "Chi2: 5", 3, "RF2 -factor :  6", 5, "Normal end", 6, "CPU Time: 1"),
        "summary r.pcr| 1          |1|rf2: 6"},
       // The last whole "CPU Time:" of its record counts; its text is 12 columns, blanks past 256.
-      {Numbered(
-           {{1, ctl}, {2, "Normal end"}, {3, "CPU Time: 1.0  CPU Time:  123456.789012 s CPU Tim"}},
-           3),
+      {Numbered(3, 1, ctl, 2, "Normal end", 3, "CPU Time: 1.0  CPU Time:  123456.789012 s CPU Tim"),
        "summary r.pcr|  123456.789|123457|"},
-      {Numbered({{1, ctl}, {2, "Normal end"}, {3, std::string(239, '.') + "CPU Time:12345678"}}, 3),
+      {Numbered(3, 1, ctl, 2, "Normal end", 3, std::string(239, '.') + "CPU Time:12345678"),
        "summary r.pcr|12345678    |1.23457e+07|"},
       {"Control file *.pcr: w\r\nNormal end\r\nChi2: 1 Rp: 2\r\nCPU Time: ,\r\n",
        "summary w.pcr| ,          ||chi2: 1 Rp: 2"},
       // Control file names: nothing after the marker, text after the name, blanks around it.
-      {Numbered({{1, "Control file *.pcr:"}, {2, "Normal ending"}, {3, "CPU Time: 1"}}, 3),
+      {Numbered(3, 1, "Control file *.pcr:", 2, "Normal ending", 3, "CPU Time: 1"),
        "summary .pcr| 1          |1|"},
-      {Numbered(
-           {{1, "Control file *.pcr:   run1  (copy).pcr  "}, {2, "Normal end"}, {3, "CPU Time: 1"}},
-           3),
+      {Numbered(3, 1, "Control file *.pcr:   run1  (copy).pcr  ", 2, "Normal end", 3,
+                "CPU Time: 1"),
        "summary run1  (copy).pcr.pcr| 1          |1|"},
       // Annealing runs: the control file line among the last seven records, not the eighth;
       // the CPU time from seven records above that line, not eight; the best solution 29
       // records above the CPU record, not 30, and columns 18 to 25 of it.
-      {Numbered({{6, "  => Sol#: 1 RF2=  12.34   x"},
-                 {8, "CPU Time:  88.1"},
-                 {9, "=> PCR  File  : sa_run1"}},
-                9),
+      {Numbered(9, 6, "  => Sol#: 1 RF2=  12.34   x", 8, "CPU Time:  88.1", 9,
+                "=> PCR  File  : sa_run1"),
        "summary annealing sa_run1.pcr|  88.1      |88.1|best:  12.34"},
-      {Numbered({{2, "CPU Time: 2"}, {3, "=> PCR  File  : s"}}, 9),
+      {Numbered(9, 2, "CPU Time: 2", 3, "=> PCR  File  : s"),
        "summary annealing s.pcr| 2          |2|"},
-      {Numbered({{2, "CPU Time: 2"}, {3, "=> PCR  File  : s"}}, 10), "no-control-file "},
-      {Numbered({{1, "CPU Time: 2"}, {8, "=> PCR  File  : s"}}, 9),
+      {Numbered(10, 2, "CPU Time: 2", 3, "=> PCR  File  : s"), "no-control-file "},
+      {Numbered(9, 1, "CPU Time: 2", 8, "=> PCR  File  : s"),
        "summary annealing s.pcr| 2          |2|"},
-      {Numbered({{1, "CPU Time: 2"}, {9, "=> PCR  File  : s"}}, 9), "no-cpu annealing s.pcr"},
-      {Numbered({{1, "=> Sol#: 1 RF2=   7.5321"}, {30, "CPU Time: 2"}, {31, "=> PCR  File  : s"}},
-                31),
+      {Numbered(9, 1, "CPU Time: 2", 9, "=> PCR  File  : s"), "no-cpu annealing s.pcr"},
+      {Numbered(31, 1, "=> Sol#: 1 RF2=   7.5321", 30, "CPU Time: 2", 31, "=> PCR  File  : s"),
        "summary annealing s.pcr| 2          |2|best: 7.5321"},
-      {Numbered({{1, "=> Sol#: 1 RF2=   7.5321"}, {31, "CPU Time: 2"}, {32, "=> PCR  File  : s"}},
-                32),
+      {Numbered(32, 1, "=> Sol#: 1 RF2=   7.5321", 31, "CPU Time: 2", 32, "=> PCR  File  : s"),
        "summary annealing s.pcr| 2          |2|"},
       // The name field starts after the line's first colon and ends at the first blank
       // from two columns after it.
-      {Numbered({{1, "12:05 => PCR  File  : sa"}, {2, "CPU Time: 1"}}, 2),
+      {Numbered(2, 1, "12:05 => PCR  File  : sa", 2, "CPU Time: 1"),
        "summary annealing 05.pcr| 1          |1|"},
-      {Numbered({{1, "=> PCR  File  :  two"}, {2, "CPU Time: 1"}}, 2),
+      {Numbered(2, 1, "=> PCR  File  :  two", 2, "CPU Time: 1"),
        "summary annealing .pcr| 1          |1|"},
       // Failures.
-      {Numbered(
-           {{1, "CPU Time: 4"}, {2, "Control file *.pcr: b"}, {3, "normal end"}, {4, "NORMAL END"}},
-           4),
+      {Numbered(4, 1, "CPU Time: 4", 2, "Control file *.pcr: b", 3, "normal end", 4, "NORMAL END"),
        "bad-end b.pcr"},
-      {Numbered({{1, ctl}, {2, "CPU Time: 4.0"}, {3, "Normal end"}}, 3), "no-cpu r.pcr"},
+      {Numbered(3, 1, ctl, 2, "CPU Time: 4.0", 3, "Normal end"), "no-cpu r.pcr"},
       {"", "no-control-file "},
       {std::string(240, '.') + "Control file *.pcr: r\nNormal end\nCPU Time: 1\n",
        "no-control-file "},
-      {Numbered({{1, ctl}, {2, "Normal end"}, {3, "CPU Time: abc seconds"}}, 3),
+      {Numbered(3, 1, ctl, 2, "Normal end", 3, "CPU Time: abc seconds"),
        "bad-cpu r.pcr| abc seconds"},
-      {Numbered({{1, ctl}, {2, "Normal end"}, {3, std::string(247, '.') + "CPU Time:"}}, 3),
+      {Numbered(3, 1, ctl, 2, "Normal end", 3, std::string(247, '.') + "CPU Time:"),
        "bad-cpu r.pcr|"},
   };
   for (const Case& c : cases) {
@@ -221,75 +207,53 @@ TEST(LogScanTest, WhatEachRowSays) {
   } cases[] = {
       // The shipped layout: an earlier cycle's figures out of reach, the result record, the
       // background-subtracted one, "Normal end"; with and without its CPU record.
-      {Numbered({{1, ctl},
-                 {5, "Rp: 9.10 Rwp: 11.55 Rexp: 8.46 Chi2: 2.05"},
-                 {40, chi2},
-                 {41, background},
-                 {44, ne},
-                 {45, " => CPU Time:    12.345 seconds"}},
-                46),
+      {Numbered(46, 1, ctl, 5, "Rp: 9.10 Rwp: 11.55 Rexp: 8.46 Chi2: 2.05", 40, chi2, 41,
+                background, 44, ne, 45, " => CPU Time:    12.345 seconds"),
        "ok" + shipped_figures},
-      {Numbered({{1, ctl},
-                 {5, "Rp: 9.10 Rwp: 11.55 Rexp: 8.46 Chi2: 2.05"},
-                 {40, chi2},
-                 {41, background},
-                 {44, ne}},
-                46),
+      {Numbered(46, 1, ctl, 5, "Rp: 9.10 Rwp: 11.55 Rexp: 8.46 Chi2: 2.05", 40, chi2, 41,
+                background, 44, ne),
        "no_cpu" + shipped_figures + " | no-cpu | filler 46"},
       // The result record 34 records above "Normal end" is in reach, 35 are not.
-      {Numbered({{1, ctl}, {6, chi2}, {40, ne}}, 40),
-       "no_cpu" + shipped_figures + " | no-cpu | " + ne},
-      {Numbered({{1, ctl}, {5, chi2}, {40, ne}}, 40), "no_cpu | no-cpu | " + ne},
+      {Numbered(40, 1, ctl, 6, chi2, 40, ne), "no_cpu" + shipped_figures + " | no-cpu | " + ne},
+      {Numbered(40, 1, ctl, 5, chi2, 40, ne), "no_cpu | no-cpu | " + ne},
       // Still being written after "Normal end".
       {ctl + "\n" + chi2 + "\n" + ne + "\n => Writing",
        "no_cpu" + shipped_figures + " | cut |  => Writing"},
       // An annealing run without CPU time: its best solution up to 28 records above its last
       // record, as if its CPU record followed it.
-      {Numbered({{2, "  => Sol#: 1 RF2=  9.4312 Chi2=  3.218"}, {30, "=> PCR  File  : s"}}, 30),
+      {Numbered(30, 2, "  => Sol#: 1 RF2=  9.4312 Chi2=  3.218", 30, "=> PCR  File  : s"),
        "no_cpu rf2=9.4312 | no-cpu-annealing | => PCR  File  : s"},
-      {Numbered({{1, "  => Sol#: 1 RF2=  9.4312 Chi2=  3.218"}, {30, "=> PCR  File  : s"}}, 30),
+      {Numbered(30, 1, "  => Sol#: 1 RF2=  9.4312 Chi2=  3.218", 30, "=> PCR  File  : s"),
        "no_cpu | no-cpu-annealing | => PCR  File  : s"},
       // Both families in one window, whichever comes first; a record may hold both.
-      {Numbered({{1, ctl},
-                 {2, "RF2 -factor : 6 RF2w-factor : 7 RF-factor : 8"},
-                 {3, "Chi2: 2 Rp: 3 Rwp: 4 Rexp: 5"},
-                 {4, ne},
-                 {5, "CPU Time: 1"}},
-                5),
+      {Numbered(5, 1, ctl, 2, "RF2 -factor : 6 RF2w-factor : 7 RF-factor : 8", 3,
+                "Chi2: 2 Rp: 3 Rwp: 4 Rexp: 5", 4, ne, 5, "CPU Time: 1"),
        "ok chi2=2 rp=3 rwp=4 rexp=5 rf2=6 rf2w=7 rf=8"},
-      {Numbered({{1, ctl},
-                 {2, "Chi2: 2 Rp: 3 RF2 -factor : 6"},
-                 {3, "Chi2: 9 Rp: 9 RF2 -factor : 9"},
-                 {4, ne}},
-                4),
+      {Numbered(4, 1, ctl, 2, "Chi2: 2 Rp: 3 RF2 -factor : 6", 3, "Chi2: 9 Rp: 9 RF2 -factor : 9",
+                4, ne),
        "no_cpu chi2=2 rp=3 rf2=6 | no-cpu | " + ne},
       // Reasons: an empty log.
       {"", "no_control_file | empty | "},
       {"  \r\n\n   \n", "no_control_file | empty | "},
       // The record that says why: "Abnormal end" before an error word, the last of each, among
       // the last 20 records up to the last one that is not blank.
-      {Numbered({{1, ctl},
-                 {10, " ERROR: a"},
-                 {11, " => Abnormal end of run: singular matrix  "},
-                 {12, " ERROR: b"},
-                 {13, " => Check your control file"}},
-                13) +
+      {Numbered(13, 1, ctl, 10, " ERROR: a", 11, " => Abnormal end of run: singular matrix  ", 12,
+                " ERROR: b", 13, " => Check your control file") +
            "\n  \r\n",
        "bad_end | stated: => Abnormal end of run: singular matrix |  => Check your control file"},
-      {Numbered({{1, ctl}, {10, "forrtl: severe (174): SIGSEGV"}, {11, "Killed"}}, 12),
+      {Numbered(12, 1, ctl, 10, "forrtl: severe (174): SIGSEGV", 11, "Killed"),
        "bad_end | stated: Killed | filler 12"},
-      {Numbered({{1, ctl}, {2, "Abnormal end"}, {3, "Error"}}, 23),
-       "bad_end | stopped | filler 23"},
-      {Numbered({{1, ctl}, {3, "Error: x"}}, 22), "bad_end | stated: Error: x | filler 22"},
+      {Numbered(23, 1, ctl, 2, "Abnormal end", 3, "Error"), "bad_end | stopped | filler 23"},
+      {Numbered(22, 1, ctl, 3, "Error: x"), "bad_end | stated: Error: x | filler 22"},
       // A log cut inside its last record; then one for each status.
       {ctl + "\n => Cycle: 7", "bad_end | cut |  => Cycle: 7"},
       {ctl + "\n => Cycle: 7\n", "bad_end | stopped |  => Cycle: 7"},
       {ctl + "\n" + ne + "\n CPU Time: abc\n", "bad_cpu_value | cpu-nan |  CPU Time: abc"},
-      {Numbered({{1, " => Run mode: simulated annealing"}, {30, temp}}, 30),
+      {Numbered(30, 1, " => Run mode: simulated annealing", 30, temp),
        "no_control_file | annealing-stopped | " + temp},
-      {Numbered({{1, " => Best solutions (sorted by cost):"}}, 1),
+      {Numbered(1, 1, " => Best solutions (sorted by cost):"),
        "no_control_file | annealing-stopped |  => Best solutions (sorted by cost):"},
-      {Numbered({{1, " => Run mode: simulated annealing"}}, 30),
+      {Numbered(30, 1, " => Run mode: simulated annealing"),
        "no_control_file | not-refinement | filler 30"},
       // A record whose first 256 columns are blank is blank, whatever follows them.
       {"x\n" + std::string(300, ' ') + "y\n", "no_control_file | not-refinement | x"},
@@ -334,8 +298,8 @@ TEST(LogScanTest, BlankTailReadOnce) {
 // gives what the bytes read can give, never a line that is not there. The reader has read the
 // first window before the cut; undisturbed, the log has no CPU time.
 TEST(LogScanTest, LogCutShortWhileRead) {
-  const std::string head = " Control file *.pcr: big\n" + Numbered({}, 40);
-  const std::string text = head + " Normal end\n" + Numbered({}, 2000);
+  const std::string head = " Control file *.pcr: big\n" + Numbered(40);
+  const std::string text = head + " Normal end\n" + Numbered(2000);
   for (const auto& [length, expected] : {std::pair<std::size_t, std::string>{0, "bad-end big.pcr"},
                                          {head.size() + 5, "bad-end big.pcr"},
                                          {head.size() + 12, "no-cpu big.pcr"},

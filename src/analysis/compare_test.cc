@@ -55,15 +55,10 @@ TEST(NaturalOrderTest, NumbersInAText) {
   EXPECT_EQ(NameNumber(std::string(400, '9')), std::nullopt);  // no double holds it
 }
 
-// A batch of runs: each name with a status and a chi2.
-BatchRuns Batch(const std::vector<std::pair<std::string, RunStatus>>& runs) {
+// A batch of runs by these names.
+BatchRuns Batch(const std::vector<std::string>& names) {
   BatchRuns batch;
-  for (const auto& [name, status] : runs) {
-    RunRow row;
-    row.scan.status = status;
-    row.scan.figures.chi2 = 1;
-    batch.Add(name, row);
-  }
+  for (const std::string& name : names) batch.Add(name, RunRow{});
   return batch;
 }
 
@@ -87,49 +82,28 @@ std::string Describe(const Pairing& pairing, const BatchRuns& before, const Batc
 }
 
 TEST(CompareTest, PairsByNameInNaturalOrder) {
-  constexpr RunStatus kOk = RunStatus::kOk;
   const struct {
-    std::vector<std::pair<std::string, RunStatus>> before, after;
+    std::vector<std::string> before, after;
     const char* pairs;
   } cases[] = {
       {{}, {}, ""},
-      {{{"T10K.log", kOk}, {"T4K.log", kOk}},
-       {{"T4K.log", kOk}, {"T10K.log", kOk}},
-       "T4K.log:both T10K.log:both "},
+      {{"T10K.log", "T4K.log"}, {"T4K.log", "T10K.log"}, "T4K.log:both T10K.log:both "},
       // Names one side only, before and after the names of both and between them.
-      {{{"a.log", kOk}, {"c.log", kOk}, {"e.log", kOk}},
-       {{"b.log", kOk}, {"c.log", kOk}, {"d.log", kOk}, {"f.log", kOk}},
+      {{"a.log", "c.log", "e.log"},
+       {"b.log", "c.log", "d.log", "f.log"},
        "a.log:before b.log:after c.log:both d.log:after e.log:before f.log:after "},
       // No name in common.
-      {{{"x1", kOk}}, {{"x2", kOk}}, "x1:before x2:after "},
+      {{"x1"}, {"x2"}, "x1:before x2:after "},
       // Names that one number apart are two names, next to each other.
-      {{{"T5K", kOk}}, {{"T05K", kOk}, {"T5K", kOk}}, "T05K:after T5K:both "},
-      {{{"b", kOk}, {"a", kOk}, {"b", kOk}}, {}, "twice b before"},
-      {{{"a", kOk}}, {{"T2", kOk}, {"T02", kOk}, {"T2", kOk}}, "twice T2 after"},
+      {{"T5K"}, {"T05K", "T5K"}, "T05K:after T5K:both "},
+      {{"b", "a", "b"}, {}, "twice b before"},
+      {{"a"}, {"T2", "T02", "T2"}, "twice T2 after"},
   };
   for (const auto& c : cases) {
     const BatchRuns before = Batch(c.before);
     const BatchRuns after = Batch(c.after);
     EXPECT_EQ(Describe(PairRuns(before, after), before, after), c.pairs) << c.pairs;
   }
-}
-
-TEST(CompareTest, KeepsStatusAndFigures) {
-  RunRow row;
-  row.scan.status = RunStatus::kNoCpu;
-  row.scan.figures.rf = 2.5;
-  row.scan.cpu_seconds = 0;
-  RunRow unreadable = row;
-  unreadable.problem = ReadProblem::kMissing;
-  BatchRuns batch;
-  batch.Add("a", row);
-  batch.Add("b", unreadable);
-  EXPECT_EQ(batch.status(0), RunStatus::kNoCpu);
-  EXPECT_EQ(batch.figure(0, Figure::kRf), 2.5);
-  EXPECT_EQ(batch.figure(0, Figure::kCpuSeconds), 0.0);
-  EXPECT_EQ(batch.figure(0, Figure::kRf2w), std::nullopt);
-  EXPECT_EQ(batch.status(1), RunStatus::kUnreadable);
-  EXPECT_EQ(batch.figure(1, Figure::kRf), std::nullopt);
 }
 
 TEST(CompareTest, Change) {

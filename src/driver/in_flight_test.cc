@@ -39,46 +39,30 @@ double AlmostPays(int level) { return level == 2 ? 100.0 : 100.0 * InFlight::kPa
 // A level that changed is followed by one stretch that is not judged: it repeats the level.
 TEST(InFlightTest, GrowsWhileMoreReadsPayAndTheCpusWait) {
   const struct {
-    const char* what;
     int cpus, most;
-    Model model;
+    double (*rate)(int level);
+    double busy;
     int stretches;
     const char* levels;
+    const char* what;
   } kCases[] = {
-      {"latency alone: doubles up to the most",
-       2,
-       64,
-       {Latency, 0.1},
-       12,
-       "4 4 8 8 16 16 32 32 64 64 64 64"},
-      {"the most is not a power of two", 2, 24, {Latency, 0.1}, 8, "4 4 8 8 16 16 24 24"},
-      {"fewer jobs than CPUs: never more", 8, 3, {Latency, 0.1}, 3, "3 3 3"},
-      {"the CPUs half busy: the reads wait on them", 2, 64, {Latency, 0.5}, 3, "2 2 2"},
-      {"just under half busy", 2, 64, {Latency, 0.49}, 2, "4 4"},
-      {"a step that pays exactly kPays is kept", 2, 64, {JustPays, 0.1}, 4, "4 4 8 8"},
-      {"one that pays less is taken back, then tried after 4 stretches",
-       2,
-       64,
-       {AlmostPays, 0.1},
-       12,
-       "4 4 2 2 2 2 2 2 4 4 2 2"},
-      {"a server of 8: tries 16 after 4, then 8, then 16 stretches",
-       1,
-       64,
-       {Server, 0.1},
-       28,
-       "2 2 4 4 8 8 16 16 8 8 8 8 8 8 16 16 8 8 8 8 8 8 8 8 8 8 16 16"},
-      {"one read at a time: back to the start", 2, 64, {Flat, 0.1}, 4, "4 4 2 2"},
-      {"too quick to tell: 16 results, then 32, ... until they last 5 ms",
-       2,
-       64,
-       {Quick, 0.1},
-       10,
-       "2 2 2 2 2 2 4 4 4 8"},
+      {2, 64, Latency, 0.1, 12, "4 4 8 8 16 16 32 32 64 64 64 64", "latency alone: to the most"},
+      {2, 24, Latency, 0.1, 8, "4 4 8 8 16 16 24 24", "the most is not a power of two"},
+      {8, 3, Latency, 0.1, 3, "3 3 3", "fewer jobs than CPUs: never more"},
+      {2, 64, Latency, 0.5, 3, "2 2 2", "the CPUs half busy: the reads wait on them"},
+      {2, 64, Latency, 0.49, 2, "4 4", "just under half busy"},
+      {2, 64, JustPays, 0.1, 4, "4 4 8 8", "a step that pays exactly kPays is kept"},
+      {2, 64, AlmostPays, 0.1, 12, "4 4 2 2 2 2 2 2 4 4 2 2",
+       "one that pays less is taken back, then tried after 4 stretches"},
+      {1, 64, Server, 0.1, 28, "2 2 4 4 8 8 16 16 8 8 8 8 8 8 16 16 8 8 8 8 8 8 8 8 8 8 16 16",
+       "a server of 8: tries 16 after 4, then 8, then 16 stretches"},
+      {2, 64, Flat, 0.1, 4, "4 4 2 2", "one read at a time: back to the start"},
+      {2, 64, Quick, 0.1, 10, "2 2 2 2 2 2 4 4 4 8",
+       "too quick to tell: 16 results, then 32, ... until they last 5 ms"},
   };
   for (const auto& c : kCases) {
     InFlight rule(c.cpus, c.most);
-    EXPECT_EQ(Levels(rule, c.cpus, c.model, c.stretches), c.levels) << c.what;
+    EXPECT_EQ(Levels(rule, c.cpus, {c.rate, c.busy}, c.stretches), c.levels) << c.what;
   }
 }
 

@@ -42,16 +42,13 @@ class FileBytes : public ByteSource {
 };
 
 // Bytes the caller holds in memory and keeps alive while they are read; they never come from
-// the disk. They can be cut short behind the reader's back, as a file can.
+// the disk.
 class MemoryBytes : public ByteSource {
  public:
   explicit MemoryBytes(std::string_view bytes) : bytes_(bytes) {}
 
   std::uint64_t size() const override { return bytes_.size(); }
   std::size_t ReadAt(std::uint64_t offset, char* out, std::size_t length, bool* cold) override;
-
-  // Keeps only the first `length` bytes. REQUIRES: length <= size().
-  void CutTo(std::size_t length) { bytes_ = bytes_.substr(0, length); }
 
  private:
   std::string_view bytes_;

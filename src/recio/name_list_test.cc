@@ -5,6 +5,12 @@
 namespace tabrun {
 namespace {
 
+std::vector<std::string> Names(const NameList& list) {
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < list.size(); ++i) names.emplace_back(list[i]);
+  return names;
+}
+
 TEST(NameListTest, SortsFromAnIndexByUnsignedBytes) {
   struct Case {
     std::vector<std::string> names;
@@ -22,19 +28,11 @@ TEST(NameListTest, SortsFromAnIndexByUnsignedBytes) {
     NameList list;
     for (const std::string& name : c.names) list.Add(name);
     list.SortFrom(c.first);
-    std::vector<std::string> got;
-    for (std::size_t i = 0; i < list.size(); ++i) got.emplace_back(list[i]);
-    EXPECT_EQ(got, c.want) << "from " << c.first;
+    EXPECT_EQ(Names(list), c.want) << "from " << c.first;
     list.Truncate(1);
     list.Add("new");
     EXPECT_EQ(std::string(list[0]) + "|" + std::string(list[1]), c.want[0] + "|new");
   }
-}
-
-std::vector<std::string> Names(const NameList& list) {
-  std::vector<std::string> names;
-  for (std::size_t i = 0; i < list.size(); ++i) names.emplace_back(list[i]);
-  return names;
 }
 
 // A list changed in place as a watch changes it: some names go, new ones come among them.

@@ -73,11 +73,12 @@ TEST(HtmlReportTest, Header) {
   const std::string page =
       PageOf({Row("runs/a.log", kOk, 2.5, {}, 10), Row("runs/b.log", kOk, 1.5, {}, 0.5),
               Row("runs/c.log", RunStatus::kBadEnd)},
-             {}, {"runs", "<b>"}, 365 * 86400);
+             {}, {"runs", "<b>", "2", "3", "4", "5", "6", "7", "8", "9", "x"}, -1);
   EXPECT_EQ(Between(page, "<header>", "</header>"),
             "<header>\n<h1>tabrun report</h1>\n"
-            "<p>Batch <code>runs</code> <code>&lt;b&gt;</code>, made 1971-01-01 00:00:00 UTC by "
-            "tabrun " TABRUN_VERSION
+            "<p>Batch <code>runs</code> <code>&lt;b&gt;</code> <code>2</code> <code>3</code> "
+            "<code>4</code> <code>5</code> <code>6</code> <code>7</code> <code>8</code> "
+            "<code>9</code> and 1 more, made 1969-12-31 23:59:59 UTC by tabrun " TABRUN_VERSION
             ".</p>\n"
             "<p id=\"counts\">3 logs:"
             " <button type=\"button\" data-status=\"ok\">ok <b>2</b> 66.7 %</button>"
@@ -96,60 +97,43 @@ TEST(HtmlReportTest, Header) {
 
 // One line of the header, for batches at the edges.
 TEST(HtmlReportTest, HeaderLines) {
-  const std::vector<std::string> dot = {"."};
-  const std::vector<std::string> eleven = {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "x"};
-  const std::string made = " UTC by tabrun " TABRUN_VERSION ".</p>";
-  const std::string count = "<p id=\"counts\">";
+  const std::string count = "<p id=\"counts\">", best = "<p id=\"best\">";
   const std::string ok = " <button type=\"button\" data-status=\"ok\">ok <b>";
-  struct Case {
+  const struct {
     std::vector<RunRow> rows;
-    std::vector<std::string> paths;
-    std::int64_t made_at;
     std::string line;
   } cases[] = {
-      {{}, dot, 0, "<p id=\"best\">No run has a chi2, rf2 or cpu_seconds.</p>"},
+      {{}, best + "No run has a chi2, rf2 or cpu_seconds.</p>"},
       {{},
-       dot,
-       0,
        count + "0 logs: <button type=\"button\" disabled data-status=\"ok\">ok <b>0</b></button>"},
-      {std::vector(1000, Row("a", kOk)), dot, 0, count + "1,000 logs:" + ok + "1,000</b> 100.0 %"},
-      {{Row("a", kOk)}, dot, 0, count + "1 log:" + ok + "1</b> 100.0 %</button>"},
+      {std::vector(1000, Row("a", kOk)), count + "1,000 logs:" + ok + "1,000</b> 100.0 %"},
+      {{Row("a", kOk)}, count + "1 log:" + ok + "1</b> 100.0 %</button>"},
       // chi2 before rf2 before cpu_seconds; on a tie the first log.
       {{Row("a", kOk, {}, 3, 1), Row("b", kOk, 4, {}, 1), Row("c", kOk, 4)},
-       dot,
-       0,
-       "<p id=\"best\">Best chi2 4: <code>b</code>.</p>"},
-      {{Row("a", kOk, {}, 3, 1), Row("b", kOk, {}, 2)},
-       dot,
-       0,
-       "<p id=\"best\">Best rf2 2: <code>b</code>.</p>"},
+       best + "Best chi2 4: <code>b</code>.</p>"},
+      {{Row("a", kOk, {}, 3, 1), Row("b", kOk, {}, 2)}, best + "Best rf2 2: <code>b</code>.</p>"},
       // RF2=103.225 is 103.225, not the " 03.225" of the summary's columns.
       {{Trial("103.225"), Trial("9.4312")},
-       dot,
-       0,
-       "<p id=\"best\">Best rf2 9.4312: <code>sa_9.4312.log</code>.</p>"},
+       best + "Best rf2 9.4312: <code>sa_9.4312.log</code>.</p>"},
       {{Row("a", kOk, {}, {}, 1e-7), Row("<x>", kOk, {}, {}, -0.0)},
-       dot,
-       0,
-       "<p id=\"best\">Best cpu_seconds -0: <code>&lt;x&gt;</code>.</p>"},
-      {{},
-       eleven,
-       -1,
-       "<p>Batch <code>0</code> <code>1</code> <code>2</code> <code>3</code> <code>4</code> "
-       "<code>5</code> <code>6</code> <code>7</code> <code>8</code> <code>9</code> and 1 more, "
-       "made 1969-12-31 23:59:59" +
-           made},
-      {{}, dot, 1'000'000'000'000, "<p>Batch <code>.</code>, made 33658-09-27 01:46:40" + made},
-      {{},
-       dot,
-       std::numeric_limits<std::int64_t>::max(),
+       best + "Best cpu_seconds -0: <code>&lt;x&gt;</code>.</p>"},
+  };
+  // The time the page was made, as a date where it has four digits or more, else in seconds.
+  const std::string made = " UTC by tabrun " TABRUN_VERSION ".</p>";
+  const struct {
+    std::int64_t made_at;
+    std::string line;
+  } times[] = {
+      {1'000'000'000'000, "<p>Batch <code>.</code>, made 33658-09-27 01:46:40" + made},
+      {std::numeric_limits<std::int64_t>::max(),
        "<p>Batch <code>.</code>, made 9223372036854775807 s after 1970-01-01 00:00:00" + made},
   };
-  for (const Case& c : cases) {
-    const std::string page = PageOf(c.rows, {}, c.paths, c.made_at);
-    const std::string start = c.line.substr(0, c.line.find_first_of(" >", 3));
-    EXPECT_EQ(Between(page, start, "\n").substr(0, c.line.size()), c.line);
-  }
+  const auto expect_line = [](const std::string& page, const std::string& line) {
+    const std::string start = line.substr(0, line.find_first_of(" >", 3));
+    EXPECT_EQ(Between(page, start, "\n").substr(0, line.size()), line);
+  };
+  for (const auto& c : cases) expect_line(PageOf(c.rows), c.line);
+  for (const auto& c : times) expect_line(PageOf({}, {}, {"."}, c.made_at), c.line);
 }
 
 // Each failed run with its reason. Text from names and logs shows as text: markup escaped,

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <span>
 #include <string>
 
 namespace tabrun {
@@ -107,76 +108,73 @@ TEST(RowFileTest, OtherFilesOfRows) {
 }
 
 // Each thing that tabrun does not write is an error that names the file, the line where the
-// row starts and what is wrong; the rows before it are read.
+// row starts and what is wrong; the rows before it are read: none for the header, two rows
+// for the others (here after the CSV header and a row, or two JSON rows).
 TEST(RowFileTest, NotRows) {
   const std::string row = "a.log,,ok,,,,,,,,,,,,,,,,\n";
   const std::string json = kJsonRows.substr(0, kJsonRows.find('\n') + 1);
-  const std::string not_rows = "f.csv:1: not rows that tabrun wrote: ";
-  const std::string third = "f.csv:3: not rows that tabrun wrote: ";
-  const struct {
+  const std::string no_header = "the first line is neither tabrun's CSV header nor a JSON row";
+  struct Case {
     std::string text;
     std::string error;
-  } cases[] = {
-      {" Control file *.pcr: a\n",
-       not_rows + "the first line is neither tabrun's CSV header nor a JSON row"},
-      {"lo", not_rows + "the first line is neither tabrun's CSV header nor a JSON row"},
-      {"log,kind,state\n",
-       not_rows + "column 3 of the header is 'state', where tabrun writes 'status'"},
-      {"log,kind,status,control_file,cpu_seconds,chi2,rp,rwp,rexp,rf2,rf2w,rf,result\n",
-       not_rows + "the header has 13 columns, where tabrun writes 14 at least ('log' to 'error')"},
-      {kHeader.substr(0, kHeader.size() - 1) + ",x\n",
-       not_rows + "the header has more columns than tabrun writes: 'x' and on"},
-      {kHeader + row + "a.log,,ok\n", third + "the row has 3 fields, where the header has 19"},
-      {kHeader + row + row.substr(0, row.size() - 1) + ",\n",
-       third + "the row has more fields than the 19 of the header"},
-      {kHeader + row + "\"a\"b,,ok,,,,,,,,,,,,,,,,\n",
-       third + "a quoted field goes on after its closing quote"},
-      {kHeader + row + "a\"b,,ok,,,,,,,,,,,,,,,,\n",
-       third + "a field that is not quoted holds a double quote"},
-      {kHeader + row + "\"a,,ok,,,,,,,,,,,,,,,,\n",
-       third + "the file ends inside a row, without a line feed: cut short?"},
-      {kHeader + row + row.substr(0, row.size() - 1),
-       third + "the file ends inside a row, without a line feed: cut short?"},
-      {kHeader + row + "a.log,,okay,,,,,,,,,,,,,,,,\n",
-       third + "status 'okay' is none of tabrun's"},
-      {kHeader + row + "a.log,x,ok,,,,,,,,,,,,,,,,\n", third + "kind 'x' is none of tabrun's"},
-      {kHeader + row + "a.log,,ok,,1.,,,,,,,,,,,,,,\n", third + "cpu_seconds '1.' is not a number"},
-      {kHeader + row + "a.log,,ok,,,,,,,,,,,,,,,012,\n", third + "bytes '012' is not a number"},
-      {kHeader + row + "a.log,,ok,,,,,,,,,,,,,,,,inf\n", ""},  // a text column takes any text
-      {json + json + "{\"log\":\"a\",\"kind\":null,\"state\":\"ok\"}\n",
-       third + "key 3 is not \"status\""},
-      {json + json + "{\"log\":\"a\",\"kind\":null,\"status\":\"ok\"}\n",
-       third + "the row has 3 columns, where tabrun writes 14 at least ('log' to 'error')"},
-      {json + json + json.substr(0, json.size() - 2) + ",\"x\":null}\n",
-       third + "the row has more keys than tabrun writes"},
-      {json + json + "{\"log\":1,\"kind\":null}\n", third + "log holds no string nor null"},
-      {json + json +
-           "{\"log\":\"a\",\"kind\":null,\"status\":\"ok\",\"control_file\":null,"
-           "\"cpu_seconds\":\"1\"}\n",
-       third + "cpu_seconds holds no number nor null"},
-      {json + json + "{\"log\":\"a\" ,\"kind\":null}\n",
-       third + "the value of log is not followed by ',' or by '}' at the end"},
-      {json + json + json.substr(0, json.size() - 1) + " \n",
-       third + "the value of modified is not followed by ',' or by '}' at the end"},
-      {json + json + "{\"log\":\"a\\x\"}\n", third + "a string holds the unknown escape \\x"},
-      {json + json + "{\"log\":\"a\\ud800\"}\n", third + "a string holds half of a surrogate pair"},
-      {json + json + "{\"log\":\"\\udc00\"}\n", third + "a string holds half of a surrogate pair"},
-      {json + json + "{\"log\":\"\\u00g0\"}\n",
-       third + "a string holds a \\u escape without four hex digits"},
-      {json + json + "{\"log\":\"a\tb\"}\n",
-       third + "a control character stands in a string unescaped"},
-      {json + json + "{\"log\":\"a}\n", third + "a string is not closed"},
-      {json + json + "\n", third + "a line that is not a JSON object"},
-      {json + json + "log,kind\n", third + "a line that is not a JSON object"},
   };
-  for (const auto& c : cases) {
-    const Read read = AsCsv(c.text, 5);
-    EXPECT_EQ(read.error, c.error) << c.text;
-    const std::string before = c.error.starts_with("f.csv:1:") ? ""
-                               : c.text.starts_with('{')       ? json + json
-                                                               : kHeader + row;
-    if (!c.error.empty()) {
-      EXPECT_EQ(read.rows, AsCsv(before).rows) << c.text;
+  const Case headers[] = {
+      {" Control file *.pcr: a\n", no_header},
+      {"lo", no_header},
+      {"log,kind,state\n", "column 3 of the header is 'state', where tabrun writes 'status'"},
+      {"log,kind,status,control_file,cpu_seconds,chi2,rp,rwp,rexp,rf2,rf2w,rf,result\n",
+       "the header has 13 columns, where tabrun writes 14 at least ('log' to 'error')"},
+      {kHeader.substr(0, kHeader.size() - 1) + ",x\n",
+       "the header has more columns than tabrun writes: 'x' and on"},
+  };
+  const Case csv_rows[] = {
+      {"a.log,,ok\n", "the row has 3 fields, where the header has 19"},
+      {row.substr(0, row.size() - 1) + ",\n", "the row has more fields than the 19 of the header"},
+      {"\"a\"b,,ok,,,,,,,,,,,,,,,,\n", "a quoted field goes on after its closing quote"},
+      {"a\"b,,ok,,,,,,,,,,,,,,,,\n", "a field that is not quoted holds a double quote"},
+      {"\"a,,ok,,,,,,,,,,,,,,,,\n", "the file ends inside a row, without a line feed: cut short?"},
+      {row.substr(0, row.size() - 1),
+       "the file ends inside a row, without a line feed: cut short?"},
+      {"a.log,,okay,,,,,,,,,,,,,,,,\n", "status 'okay' is none of tabrun's"},
+      {"a.log,x,ok,,,,,,,,,,,,,,,,\n", "kind 'x' is none of tabrun's"},
+      {"a.log,,ok,,1.,,,,,,,,,,,,,,\n", "cpu_seconds '1.' is not a number"},
+      {"a.log,,ok,,,,,,,,,,,,,,,012,\n", "bytes '012' is not a number"},
+      {"a.log,,ok,,,,,,,,,,,,,,,,inf\n", ""},  // a text column takes any text
+  };
+  const Case json_rows[] = {
+      {"{\"log\":\"a\",\"kind\":null,\"state\":\"ok\"}\n", "key 3 is not \"status\""},
+      {"{\"log\":\"a\",\"kind\":null,\"status\":\"ok\"}\n",
+       "the row has 3 columns, where tabrun writes 14 at least ('log' to 'error')"},
+      {json.substr(0, json.size() - 2) + ",\"x\":null}\n",
+       "the row has more keys than tabrun writes"},
+      {"{\"log\":1,\"kind\":null}\n", "log holds no string nor null"},
+      {"{\"log\":\"a\",\"kind\":null,\"status\":\"ok\",\"control_file\":null,\"cpu_seconds\":"
+       "\"1\"}\n",
+       "cpu_seconds holds no number nor null"},
+      {"{\"log\":\"a\" ,\"kind\":null}\n",
+       "the value of log is not followed by ',' or by '}' at the end"},
+      {json.substr(0, json.size() - 1) + " \n",
+       "the value of modified is not followed by ',' or by '}' at the end"},
+      {"{\"log\":\"a\\x\"}\n", "a string holds the unknown escape \\x"},
+      {"{\"log\":\"a\\ud800\"}\n", "a string holds half of a surrogate pair"},
+      {"{\"log\":\"\\udc00\"}\n", "a string holds half of a surrogate pair"},
+      {"{\"log\":\"\\u00g0\"}\n", "a string holds a \\u escape without four hex digits"},
+      {"{\"log\":\"a\tb\"}\n", "a control character stands in a string unescaped"},
+      {"{\"log\":\"a}\n", "a string is not closed"},
+      {"\n", "a line that is not a JSON object"},
+      {"log,kind\n", "a line that is not a JSON object"},
+  };
+  const std::string what = "not rows that tabrun wrote: ";
+  const std::pair<std::string, std::span<const Case>> groups[] = {
+      {"", headers}, {kHeader + row, csv_rows}, {json + json, json_rows}};
+  for (const auto& [before, cases] : groups) {
+    for (const Case& c : cases) {
+      const Read read = AsCsv(before + c.text, 5);
+      const std::string line = before.empty() ? "f.csv:1: " : "f.csv:3: ";
+      EXPECT_EQ(read.error, c.error.empty() ? "" : line + what + c.error) << c.text;
+      if (!c.error.empty()) {
+        EXPECT_EQ(read.rows, AsCsv(before).rows) << c.text;
+      }
     }
   }
 }

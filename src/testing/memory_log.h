@@ -27,9 +27,6 @@ class MemoryLog {
   MemoryLog(const MemoryLog&) = delete;
   MemoryLog& operator=(const MemoryLog&) = delete;
 
-  // Cuts the text short behind the reader's back.
-  void CutTo(std::size_t length) { bytes_.CutTo(length); }
-
   LogText text;
 
  private:

@@ -3,7 +3,8 @@ of --csv, --json or --html, and of a batch of names made of random bytes: --csv 
 rows of --csv and of --json give the bytes that --csv and --json give over the logs (CSV of JSON
 rows: with U+FFFD for bytes that are not UTF-8, which JSON cannot hold), rows of the 1.3.0 column
 set give today's rows with the three last columns empty, --html of the rows carries the same
-columns and counts as --html over the logs, and every exit status is the one over the logs.
+columns and counts as --html over the logs, and every exit status is the one over the logs; the
+JSON strings of the random names are what Python makes of their bytes.
 Usage: python3 tests/rows_round_trip.py [--emulator 'COMMAND ARGS'] [--platform NAME] TABRUN"""
 import csv
 import io
@@ -108,14 +109,25 @@ def over_case(case, command, env):
 
 
 def random_names(batch):
-    rng = random.Random(33)
-    pieces = [b"\xe2\x82", b"\xed\xa0\x80", b"\xff", b'"', b",", b"\n", b"\r", b"\\", b"\x1b"]
-    for i in range(200):
-        name = b"".join(rng.choice(pieces + [bytes([rng.randint(32, 126)])]) for _ in range(12))
-        with open(os.path.join(batch.encode(), b"%03d" % i + name.replace(b"/", b"_") + b".log"),
-                  "wb") as log:
-            log.write(b" Control file *.pcr: " + name.replace(b"\n", b"") + b"\n Normal end\n"
+    """300 logs whose names and control file names are random bytes, a third with a CPU time
+    that is not a number; returns the name and control file name each row must hold in JSON:
+    UTF-8, one U+FFFD per broken stretch, as Python decodes them."""
+    rng = random.Random(16)
+    pieces = [b"\xe2\x82", b"\xe2\x82\xac", b"\xf0\x9f\x98\x80", b"\xed\xa0\x80", b"\xc0\xaf",
+              b"\xf4\x90\x80\x80", b"\\", b'"', b",", b"\x7f", b"\x1b", b"\r", b"\n", b"\t"]
+    single = [bytes([b]) for b in range(1, 256) if b != ord("/")]
+    noise = lambda length: b"".join(rng.choice(pieces if rng.random() < 0.3 else single)
+                                    for _ in range(length))
+    expected = []
+    for i in range(300):
+        name = b"%03d" % i + noise(rng.randint(1, 30)) + b".log"
+        control = noise(rng.randint(1, 20)).translate(bytes.maketrans(b"\r\n", b"__")).strip(b" ")
+        with open(os.path.join(batch.encode(), name), "wb") as log:
+            log.write(b" Control file *.pcr: " + control + b"\n Normal end\n"
                       + (b" CPU Time: %d\n" % i if i % 3 else b" CPU Time: x\n"))
+        expected.append((name.decode("utf-8", "replace"),
+                         (control + b".pcr").decode("utf-8", "replace")))
+    return expected
 
 
 def main():
@@ -150,9 +162,15 @@ def main():
         checked += check_batch(name, tabrun, lambda mode: over_case(
             case, tabrun + [f"--{mode}"] + paths, case_env), env)
     with tempfile.TemporaryDirectory() as batch:
-        random_names(batch)
+        expected = random_names(batch)
         checked += check_batch("random names", tabrun,
                                lambda mode: run(tabrun + [f"--{mode}", "."], batch, env), env)
+        # Python's json module judges the JSON rows, sorted by the bytes of the names.
+        rows = map(json.loads, run(tabrun + ["--json", "."], batch, env)[0].splitlines())
+        got = [(row["log"], row["control_file"]) for row in rows]
+        if got != expected:
+            wrong = [pair for pair in zip(got, expected) if pair[0] != pair[1]]
+            sys.exit(f"rows round trip: {len(got)} JSON rows; first wrong: {wrong[:1]!r}")
     print(f"rows round trip: {checked} rows come back as they were, in CSV, JSON and the page")
 
 

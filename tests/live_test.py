@@ -73,47 +73,32 @@ class Screen:
     erasures that the view uses, the rest ignored."""
 
     def __init__(self, rows, columns):
-        self.rows, self.columns = rows, columns
+        self.rows, self.columns, self.pending = rows, columns, ""
         self.cells = [[" "] * columns for _ in range(rows)]
         self.row = self.column = 0
-        self.pending = ""
 
     def feed(self, data):
         text = self.pending + data.decode("utf-8", "replace")
-        self.pending = ""
-        i = 0
-        while i < len(text):
-            match = re.compile(r"\x1b\[([?0-9;]*)([A-Za-z])").match(text, i)
-            if text[i] == "\x1b" and not match:
-                self.pending = text[i:]  # the rest of the sequence comes later
-                return
-            if match:
-                self.escape(match.group(1), match.group(2))
-                i = match.end()
-                continue
-            self.put(text[i])
-            i += 1
-
-    def escape(self, argument, final):
-        if final == "H":
-            self.row = self.column = 0
-        elif final == "K":
-            self.cells[self.row][self.column:] = [" "] * (self.columns - self.column)
-        elif final == "J":
-            first = 0 if argument == "2" else self.row + 1
-            if argument != "2":
-                self.escape("", "K")
-            for r in range(first, self.rows):
-                self.cells[r] = [" "] * self.columns
-
-    def put(self, char):
-        if char == "\r":
-            self.column = 0
-        elif char == "\n":
-            self.row = min(self.row + 1, self.rows - 1)
-        elif self.column < self.columns:
-            self.cells[self.row][self.column] = char
-            self.column += 1
+        parts = re.split(r"(\x1b\[[?0-9;]*[A-Za-z])", text)
+        cut = parts[-1].find("\x1b") % (len(parts[-1]) + 1)  # a sequence's rest comes later
+        self.pending, parts[-1] = parts[-1][cut:], parts[-1][:cut]
+        for part in parts:
+            argument, final = (part[2:-1], part[-1]) if part.startswith("\x1b[") else ("", "")
+            if final == "H":
+                self.row = self.column = 0
+            elif final == "K" or final == "J" and argument != "2":  # to the end of the line
+                self.cells[self.row][self.column:] = [" "] * (self.columns - self.column)
+            if final == "J":  # and the lines below, or every line
+                for r in range(0 if argument == "2" else self.row + 1, self.rows):
+                    self.cells[r] = [" "] * self.columns
+            for char in part if not final else "":
+                if char == "\r":
+                    self.column = 0
+                elif char == "\n":
+                    self.row = min(self.row + 1, self.rows - 1)
+                elif self.column < self.columns:
+                    self.cells[self.row][self.column] = char
+                    self.column += 1
 
     def text(self):
         return "\n".join("".join(r).rstrip() for r in self.cells)
@@ -198,7 +183,8 @@ def rows(command, folder):
 
     def ready(count):
         if select.select([process.stdout], [], [], 0.2)[0]:
-            *lines, partial[0] = (partial[0] + os.read(process.stdout.fileno(), 1 << 16)).split(b"\n")
+            data = partial[0] + os.read(process.stdout.fileno(), 1 << 16)
+            *lines, partial[0] = data.split(b"\n")
             got.extend(line.decode() + "\n" for line in lines)
         return len(got) >= count
 
@@ -256,7 +242,8 @@ def page(command, folder):
 def main():
     emulator = shlex.split(sys.argv[3]) if sys.argv[2] == "--emulator" else []
     with tempfile.TemporaryDirectory() as folder:
-        {"progress": progress, "view": view, "rows": rows, "page": page}[sys.argv[1]](emulator + [os.path.abspath(sys.argv[-1])], folder)
+        {"progress": progress, "view": view, "rows": rows, "page": page}[sys.argv[1]](
+            emulator + [os.path.abspath(sys.argv[-1])], folder)
     print(f"live_test {sys.argv[1]}: passed")
 
 

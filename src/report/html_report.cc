@@ -79,6 +79,7 @@ std::vector<PackedColumns::Column> Columns() {
 template <typename Row>
 HtmlReport::Cells EncodeCells(const Row& row, RunStatus status, RunKind kind) {
   HtmlReport::Cells encoded;
+  encoded.cells.Reserve(kColumns, 256);
   encoded.status = status;
   std::size_t i = 0;
   ForEachCell(row, [&](std::string_view cell, bool number) {

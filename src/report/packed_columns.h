@@ -36,6 +36,12 @@ class PackedColumns {
     void Code(std::uint8_t code) { Start().push_back(static_cast<char>(code)); }
     void Number(std::string_view digits) { Start().append(",").append(digits); }
     void Text(std::string_view text);  // any bytes: written as a JSON string
+    // Makes room for `cells` cells of `bytes` bytes in all, so that a row is made with one
+    // allocation of each kind.
+    void Reserve(std::size_t cells, std::size_t bytes) {
+      start_.reserve(cells);
+      text_.reserve(bytes);
+    }
 
     // The cells as one text and where each starts in it, for keeping them elsewhere; a text
     // and starts that came from here make the same cells again.

@@ -246,9 +246,10 @@ const PageOrder = (() => {
   const MOST_RUNS = 16;
 
   // Sorts the rows by merging the runs of them that are in order already, when there are at
-  // most MOST_RUNS: a batch's names come in the order of their code units, which natural order
-  // breaks only where a number grows a digit. Marks in `same` each row whose key is the one
-  // before it; false, with nothing changed, when there are more runs.
+  // most MOST_RUNS: a batch's names come in the order of their code units, and where their
+  // numbers are written to one width natural order breaks that only where a number grows a
+  // digit (run999999, run1000000). Marks in `same` each row whose key is the one before it;
+  // false, with nothing changed, when there are more runs.
   function mergeRuns(sort) {
     const n = sort.order.length;
     let bounds = [0];

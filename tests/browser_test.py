@@ -405,6 +405,15 @@ def check_compare(driver, page, csv_text, apart, out_dir):
     check(shown == ["LaMnO3_T203K.log", "LaMnO3_T263K.log"]
           and url == "#sort=relative&threshold=50&class=worse", f"worse: {shown} at {url}")
     driver.save_screenshot(os.path.join(out_dir, f"compare_test_{driver.browser}.png"))
+    # Another figure sorts by its own change: Rp is the same in every run, so the rows keep
+    # their order.
+    sorted_by = "document.querySelector('th[aria-sort]')?.textContent || ''"
+    driver.execute_script("location.hash = '#threshold=50&figure=rp'")
+    wait(lambda: "no unsorted table", lambda: js(driver, sorted_by) == "")
+    unsorted = rows_shown(driver)
+    driver.execute_script("location.hash = '#sort=relative&threshold=50&figure=rp'")
+    wait(lambda: "no sort by the change of rp", lambda: js(driver, sorted_by) == "change %")
+    check(rows_shown(driver) == unsorted, "the rows by the change of rp are not in row order")
     # All rows, as --compare --csv writes them.
     driver.get(page)
     exported = saved_csv(driver, "tabrun-compare.csv")

@@ -211,24 +211,28 @@
     [diff.data, rel.data] = [change, relative];
   }
 
-  let logPlaces = null;  // made once
+  const textKeys = new Map();  // column -> its key, made once
   // A number per row that sorts as the column's cells do, NaN for an empty cell.
   function sortKey(c) {
     if (c.type === 'number') return c.data;
-    if (c.type === 'code') {
+    if (!textKeys.has(c.name) && c.type === 'code') {
       const place = PageOrder.textPlaces(c.values, false);
-      return Float64Array.from(c.data, (code) => (c.values[code] === '' ? NaN : place[code]));
+      textKeys.set(c.name, Float64Array.from(c.data,
+        (code) => (c.values[code] === '' ? NaN : place[code])));
     }
-    if (!logPlaces) logPlaces = PageOrder.textPlaces(c.data, true);
-    return logPlaces;
+    if (!textKeys.has(c.name)) textKeys.set(c.name, PageOrder.textPlaces(c.data, true));
+    return textKeys.get(c.name);
   }
 
-  // The shown rows in the table's order; empty cells last either way, ties in row order.
+  // The shown rows in the table's order; empty cells last either way, ties in row order. The
+  // order of all rows is made once for a column (and figure, for its numbers) and direction.
   function sortRows() {
     const c = tableCols.find((col) => col.name === state.sort);
     if (!c) return shown;
     const key = sortKey(c);
-    return PageOrder.emptyLast(onlyShown(PageOrder.rowsByKey(key, state.desc)), key, shown);
+    const id = `sort ${c.name} ${c.type === 'number' ? state.figure : ''} ${state.desc}`;
+    if (!orders.has(id)) orders.set(id, PageOrder.rowsByKey(key, state.desc));
+    return PageOrder.emptyLast(onlyShown(orders.get(id)), key, shown);
   }
 
   function showDetail() {

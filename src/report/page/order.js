@@ -20,14 +20,19 @@ const PageOrder = (() => {
   // against other text, the rest by code units; every number is five units long, so the rest
   // stays aligned. Texts that write equal numbers apart (T05, T5) have equal keys.
   function keysOf(texts, natural) {
-    let units = new Uint16Array(1024);
     const start = new Uint32Array(texts.length + 1);
     let p = 0;
-    texts.forEach((text, r) => {
+    if (!natural) {  // a plain key is as long as its text
+      for (let r = 0; r < texts.length; r++) p += texts[r].length;
+    }
+    let units = new Uint16Array(natural ? 1024 : p);
+    p = 0;
+    for (let r = 0; r < texts.length; r++) {
+      const text = texts[r];
       start[r] = p;
-      if (units.length < p + 5 * text.length) units = grown(units, p + 5 * text.length);
+      if (natural && units.length < p + 5 * text.length) units = grown(units, p + 5 * text.length);
       p = natural ? writeNatural(text, units, p) : writePlain(text, units, p);
-    });
+    }
     start[texts.length] = p;
     return {units, start};
   }
@@ -102,7 +107,30 @@ const PageOrder = (() => {
     const p = start[r] + at;
     return p < start[r + 1] ? units[p] + 1 : 0;
   }
-  const WIDE = 0x20001;  // the values of unit()
+
+  // The `count` units of key r from `at` on as one number, each unit() a digit of base `base`,
+  // the first the highest: the digits order as the units do.
+  function digits(keys, r, at, count, base) {
+    let d = 0;
+    for (let k = 0; k < count; k++) d = d * base + unit(keys, r, at + k);
+    return d;
+  }
+
+  // The base of unit() for the keys: 1 above the most it returns, which has the bits that some
+  // unit has (texts of ASCII alone sort several units a pass).
+  function baseOf({units, start}) {
+    let bits = 0;
+    for (let p = 0, end = start[start.length - 1]; p < end; p++) bits |= units[p];
+    return 2 ** (32 - Math.clz32(bits)) + 1;
+  }
+
+  // The most digits of base `base` (above 1) whose numbers stay at or below `limit`, at least
+  // one.
+  function digitsBelow(base, limit) {
+    let [count, power] = [1, base * base];
+    for (; power <= limit && base > 1; power *= base) count++;
+    return count;
+  }
 
   // Row a against row b, their keys equal before `at`: by key, then by the ties (when there
   // are any), then by row.
@@ -138,17 +166,19 @@ const PageOrder = (() => {
     else sort.same.fill(1, from + 1, to);
   }
 
-  // Sorts the rows of a large group by the unit of their keys at `at`, in a counting sort
-  // (stable: rows that agree stay in row order); pushes onto `todo` each run of rows that
-  // agree so far and have units left.
+  // Sorts the rows of a large group by the units of their keys from `at` on, as many as make
+  // one digits() below the length of `counts`, in a counting sort (stable: rows that agree stay
+  // in row order); pushes onto `todo` each run of rows that agree so far and have units left.
   function bucketGroup(sort, from, to, at) {
-    const {keys, order, codes, rows} = sort;
+    const {keys, order, codes, rows, base, bucketUnits: step} = sort;
     const counts = sort.counts.fill(0);
-    for (let i = from; i < to; i++) counts[(codes[i] = unit(keys, order[i], at)) + 1]++;
-    // A unit that the whole group shares needs no moves.
+    for (let i = from; i < to; i++) {
+      counts[(codes[i] = digits(keys, order[i], at, step, base)) + 1]++;
+    }
+    // Units that the whole group shares need no moves.
     if (counts[codes[from] + 1] === to - from) {
-      if (codes[from] === 0) settle(sort, from, to, at);
-      else sort.todo.push(from, to, at + 1);
+      if (codes[from] % base === 0) settle(sort, from, to, at);
+      else sort.todo.push(from, to, at + step);
       return;
     }
     for (let c = 1; c < counts.length; c++) counts[c] += counts[c - 1];
@@ -158,8 +188,8 @@ const PageOrder = (() => {
     let begin = 0;
     for (let c = 0; c < counts.length - 1 && begin < to - from; c++) {
       const end = counts[c];
-      if (c === 0) settle(sort, from, from + end, at);
-      else if (end - begin > 1) sort.todo.push(from + begin, from + end, at + 1);
+      if (c % base === 0) settle(sort, from + begin, from + end, at);
+      else if (end - begin > 1) sort.todo.push(from + begin, from + end, at + step);
       begin = end;
     }
   }
@@ -179,23 +209,22 @@ const PageOrder = (() => {
   }
 
   // Sorts the rows of a group by the units of their keys from `start` on: past the units they
-  // all share, in one native sort of doubles that pack two units of each row's key and its
-  // place in the group; pushes onto `todo` each run of rows that agree so far and have units
-  // left.
+  // all share, in one native sort of doubles that pack as many units of each row's key as fit
+  // beside its place in the group; pushes onto `todo` each run of rows that agree so far and
+  // have units left.
   function packGroup(sort, from, to, start) {
-    const {keys, order, rows} = sort;
+    const {keys, order, rows, base, packUnits: step} = sort;
     const at = start + sharedUnits(keys, order, from, to, start);
-    const size = to - from;  // at most 2 ** 16, so that WIDE ** 2 * size < 2 ** 53
+    const size = to - from;  // at most 2 ** 16, so that base ** step * size <= 2 ** 53
     const packed = sort.packed.subarray(0, size);
     let same = true;
     for (let i = 0; i < size; i++) {
-      const row = order[from + i];
-      packed[i] = unit(keys, row, at) * WIDE + unit(keys, row, at + 1);
+      packed[i] = digits(keys, order[from + i], at, step, base);
       same = same && packed[i] === packed[0];
     }
     // A prefix that the whole group shares needs no sort.
     if (same) {
-      if (packed[0] % WIDE !== 0) sort.todo.push(from, to, at + 2);
+      if (packed[0] % base !== 0) sort.todo.push(from, to, at + step);
       else settle(sort, from, to, at);
       return;
     }
@@ -208,10 +237,44 @@ const PageOrder = (() => {
       if (i < size) order[from + i] = rows[from + packed[i] - code * size];
       const last = i > 0 ? Math.floor(packed[i - 1] / size) : code;
       if (code === last) continue;
-      if (last % WIDE === 0) settle(sort, from + begin, from + i, at);
-      else if (i - begin > 1) sort.todo.push(from + begin, from + i, at + 2);
+      if (last % base === 0) settle(sort, from + begin, from + i, at);
+      else if (i - begin > 1) sort.todo.push(from + begin, from + i, at + step);
       begin = i;
     }
+  }
+
+  const MOST_RUNS = 16;
+
+  // Sorts the rows by merging the runs of them that are in order already, when there are at
+  // most MOST_RUNS: a batch's names come in the order of their code units, and where their
+  // numbers are written to one width natural order breaks that only where a number grows a
+  // digit (run999999, run1000000). Marks in `same` each row whose key is the one before it;
+  // false, with nothing changed, when there are more runs.
+  function mergeRuns(sort) {
+    const n = sort.order.length;
+    let bounds = [0];
+    for (let r = 1; r < n; r++) {
+      if (compareRows(sort, r - 1, r, 0) > 0 && bounds.push(r) > MOST_RUNS) return false;
+    }
+    bounds.push(n);
+    let [order, spare] = [sort.order, new Uint32Array(n)];
+    for (; bounds.length > 2; [order, spare] = [spare, order]) {
+      const next = [];
+      for (let k = 0; k + 1 < bounds.length; k += 2) {
+        const [from, middle] = [bounds[k], bounds[k + 1]];
+        const to = bounds[Math.min(k + 2, bounds.length - 1)];
+        for (let [i, j, p] = [from, middle, from]; p < to; p++) {
+          const right = j < to && (i >= middle || compareRows(sort, order[i], order[j], 0) > 0);
+          spare[p] = right ? order[j++] : order[i++];
+        }
+        next.push(from);
+      }
+      bounds = [...next, n];
+    }
+    sort.order = order;
+    const {keys, same} = sort;
+    for (let i = 1; i < n; i++) same[i] = compareKeys(keys, order[i - 1], order[i], 0) ? 0 : 1;
+    return true;
   }
 
   // The rows of `texts` in order (`order`), and which have the key of the row before them
@@ -220,9 +283,15 @@ const PageOrder = (() => {
   function sortTexts(texts, natural) {
     const n = texts.length;
     const sort = {keys: keysOf(texts, natural), ties: natural ? texts : null,
-      order: Uint32Array.from(texts.keys()), rows: new Uint32Array(n), codes: new Uint32Array(n),
-      packed: new Float64Array(Math.min(n, 2 ** 16)), counts: new Uint32Array(WIDE + 1 >> 1),
-      same: new Uint8Array(n), todo: [0, n, 0]};
+      order: new Uint32Array(n), same: new Uint8Array(n)};
+    for (let r = 0; r < n; r++) sort.order[r] = r;
+    if (mergeRuns(sort)) return sort;
+    const base = baseOf(sort.keys);
+    const bucketUnits = digitsBelow(base, 2 ** 16);
+    Object.assign(sort, {base, bucketUnits, packUnits: digitsBelow(base, 2 ** 37),
+      rows: new Uint32Array(n), codes: new Uint32Array(n),
+      packed: new Float64Array(Math.min(n, 2 ** 16)),
+      counts: new Uint32Array(base ** bucketUnits + 1), todo: [0, n, 0]});
     while (sort.todo.length) {
       const at = sort.todo.pop();
       const to = sort.todo.pop();
@@ -243,15 +312,16 @@ const PageOrder = (() => {
   // order when `natural`, else by code units), NaN for an empty one, and the rows whose text
   // is not empty by their place, ties in row order.
   function textOrder(texts, natural) {
-    const {order, same} = sortTexts(texts, natural);
+    const {order, same, keys: {start}} = sortTexts(texts, natural);
     const places = new Float64Array(texts.length);
     const rows = new Uint32Array(texts.length);
     let [place, k] = [-1, 0];
     for (let i = 0; i < order.length; i++) {
       const r = order[i];
       if (!same[i] || (natural && texts[r] !== texts[order[i - 1]])) place++;
-      places[r] = texts[r] === '' ? NaN : place;
-      if (texts[r] !== '') rows[k++] = r;
+      // Only an empty text has an empty key.
+      places[r] = start[r] === start[r + 1] ? NaN : place;
+      if (start[r] !== start[r + 1]) rows[k++] = r;
     }
     return {places, rows: rows.subarray(0, k)};
   }

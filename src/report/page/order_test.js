@@ -33,8 +33,19 @@ test('orderOfTexts: large groups by code units agree with comparison, at any cou
   // Equal keys in large groups: the texts decide, then the rows.
   const series = Array.from({length: 100000}, (_, i) => `x${'0'.repeat(i % 3)}${i % 5000}`);
   assert.deepEqual([...o.orderOfTexts(series, true)], compared(series, true));
+  // Texts of ASCII, several units a pass: lengths that end inside a pass, long shared
+  // prefixes, the highest unit (\x7f).
+  const figures = Array.from({length: 150000}, (_, i) => ' '.repeat(i % 4) +
+    `${(i * 7919) % 100003 / 100}` + ['', '\x7f', ' => Rp:  2.95'][i % 3]);
+  assert.deepEqual([...o.orderOfTexts(figures)], compared(figures, false));
+  // A few runs in order already (names as a batch lists them) are merged: ties of keys across
+  // runs by the text (run0005 before run5), of texts by the row.
+  const bare = Array.from({length: 2000}, (_, i) => `run${i}`);
+  const padded = bare.map((_, i) => `run${String(i).padStart(4, '0')}`);
+  const runs = [...bare, ...padded, ...bare, ...padded];
+  assert.deepEqual([...o.orderOfTexts(runs, true)], compared(runs, true));
   // Equal texts share a place, in small groups and large.
-  for (const [list, natural] of [[texts, false], [series, true]]) {
+  for (const [list, natural] of [[texts, false], [series, true], [runs, true]]) {
     const distinct = [...new Set(list)].sort(natural ? o.naturalCompare : undefined);
     const rank = new Map(distinct.map((t, k) => [t, k]));
     const places = o.textPlaces(list, natural);

@@ -301,22 +301,20 @@ def check_page(driver, page, csv_text, out_dir):
     print(f"browser test in {driver.browser}: {len(truth)} rows checked; screenshot in {shot}")
 
 
-def check_rows_page(driver, page, csv_text):
-    """The page of the same rows read back with --from-rows: the same rows, and a failed run's
-    last record where the page of the logs shows the end of its log, which it says."""
+def check_rows_page(driver, page):
+    """The page of the same rows read back with --from-rows (which holds the columns of the page
+    of the logs: rows_round_trip.py): a failed run's last record where the page of the logs
+    shows the end of its log, which the detail says."""
     # The page before is ready too: until the new one is, its mark says it is not the one.
     driver.execute_script("document.documentElement.dataset.ready = 'before'")
-    open_page(driver, page + "#sort=")
+    open_page(driver, f"{page}#q=fail_099")
     check(not problems(driver), f"the rows page loads with {problems(driver)}")
-    check(saved_csv(driver) == csv_text, "the rows page's rows differ from the logs'")
-    driver.get(f"{page}#q=fail_099")
     driver.find_element("css selector", "td .pick").click()
     note = driver.find_element("id", "detail-note").text
     tail = driver.find_element("id", "detail-tail").text
-    says = driver.find_element("css selector", "#failed p").text
-    check("made from rows" in note and tail.splitlines() == [" cycle 99"]
-          and "made from rows" in says, f"the rows page's detail: {note!r} {tail!r} {says!r}")
-    print(f"browser test in {driver.browser}: the page from rows holds the same rows")
+    check("made from rows" in note and tail.splitlines() == [" cycle 99"],
+          f"the rows page's detail: {note!r} {tail!r}")
+    print(f"browser test in {driver.browser}: the page from rows shows a run's last record")
 
 
 def make_extremes(batch):
@@ -324,13 +322,6 @@ def make_extremes(batch):
                "1.5E308"] + [f"small{i}" for i in range(1, 5)]
     write_logs(batch, {f"r{i:02}_{figure}.log": ordinary(b"x", b" => Chi2: %s Rp: 1\n" % figure
                .replace("small", "").encode()) for i, figure in enumerate(figures)})
-
-
-def refinement(control, chi2, cpu=b"41.25"):
-    """An ordinary run's log that states its figures and CPU time."""
-    return (b" => Control file *.pcr: " + control + b"\n => Rp: 7.12  Rwp: 9.48  Rexp: 6.02  Chi2: "
-            + chi2 + b"\n => Normal end, final calculations and writing...\n => CPU Time: " + cpu
-            + b" seconds\n")
 
 
 def make_series(before, after):
@@ -344,12 +335,13 @@ def make_series(before, after):
         old = 1.5 + 1.9 * 2.718281828 ** (-(t - 4) / 60) + seed % 100 / 1000
         new = {4: 1.6, 203: old * 1.6, 263: old * 1.6}.get(t, 1.45 + old / 20 + seed % 37 / 1000)
         name, control = f"LaMnO3_T{t}K.log", b"LaMnO3_T%dK" % t
+        chi2 = lambda value: ordinary(control, b" => Rp: 7.12  Rwp: 9.48  Rexp: 6.02  Chi2: %.3f\n"
+                                      % value, b"41.25")
         if t != 300:
-            logs[before][name] = (b" => Control file *.pcr: " + control + b"\n => Abnormal end of"
-                b" run\n" if t == 138 else refinement(control, b"%.3f" % (3.4 if t == 4 else old)))
+            logs[before][name] = (ordinary(control, b" => Abnormal end of run\n", None, False)
+                                  if t == 138 else chi2(3.4 if t == 4 else old))
         if t != 238:
-            logs[after][name] = (b" => Control file *.pcr: " + control + b"\n => Normal end\n"
-                                 if t == 230 else refinement(control, b"%.3f" % new))
+            logs[after][name] = ordinary(control, cpu=None) if t == 230 else chi2(new)
     for folder, folder_logs in logs.items():
         write_logs(folder, folder_logs)
 
@@ -504,7 +496,7 @@ def main():
             driver = start_browser(name)
             try:
                 check_page(driver, page, csv_text, out_dir)
-                check_rows_page(driver, pages[0], csv_text)
+                check_rows_page(driver, pages[0])
                 check_extremes(driver, pages[1])
                 check_many(driver, pages[2], many_csv)
                 check_compare(driver, pages[3], compare_csv, pages[4], out_dir)

@@ -39,17 +39,9 @@ shift
 cases=("$@")
 ((${#cases[@]})) || cases=("$(dirname "$0")"/cases/*/)
 
-# At most 120 seconds a run: GNU timeout where there is one, a watchdog elsewhere (macOS).
-limit() {
-  if command -v timeout > /dev/null; then timeout 120 "$@"; return; fi
-  "$@" &
-  local pid=$! status=0
-  (sleep 120 && kill -9 "$pid") 2> /dev/null &
-  local dog=$!
-  wait "$pid" || status=$?
-  kill "$dog" 2> /dev/null || true
-  return "$status"
-}
+# At most 120 seconds a run: an alarm that the exec of each program in the chain keeps (perl, so
+# that it needs no GNU timeout).
+limit() { perl -e 'alarm 120; exec @ARGV or die "$ARGV[0]: $!\n"' "$@"; }
 
 scratch=""
 cleanup() {

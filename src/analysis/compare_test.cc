@@ -50,7 +50,6 @@ TEST(NaturalOrderTest, NumbersInAText) {
     }
     EXPECT_EQ(found, c.numbers) << c.text;
   }
-  EXPECT_EQ(NameNumber("runs/T12.5K.log"), 12.5);
   EXPECT_EQ(NameNumber("9/x.log"), std::nullopt);
   EXPECT_EQ(NameNumber(std::string(400, '9')), std::nullopt);  // no double holds it
 }

@@ -7,6 +7,7 @@ namespace {
 
 constexpr char kFor[] = "for the logs in that directory: ";
 
+// Beside option_extra_operand and option_extra_operand_windows, one for each shell.
 TEST(CommandLineTest, ExtraOperandHintIsRightWhenTyped) {
   using os::ShellSyntax;
   const struct {
@@ -22,14 +23,9 @@ TEST(CommandLineTest, ExtraOperandHintIsRightWhenTyped) {
       {"../up", ShellSyntax::kPosix, "cd '../up' && tabrun, or tabrun --csv '../up'"},
       {".", ShellSyntax::kPosix, "cd '.' && tabrun, or tabrun --csv '.'"},
       {"/srv/runs", ShellSyntax::kPosix, "cd '/srv/runs' && tabrun, or tabrun --csv '/srv/runs'"},
-      {"it's", ShellSyntax::kPosix, R"(cd './it'\''s' && tabrun, or tabrun --csv './it'\''s')"},
-      {R"(C:\runs\T300K $HOME)", ShellSyntax::kPosix,
-       R"(cd './C:\runs\T300K $HOME' && tabrun, or tabrun --csv './C:\runs\T300K $HOME')"},
       {"", ShellSyntax::kPosix, nullptr},
       {"a\nb", ShellSyntax::kPosix, nullptr},
       {"a\x7F", ShellSyntax::kPosix, nullptr},
-      {R"(C:\runs\T300K)", ShellSyntax::kCmd,
-       R"(cd /d "C:\runs\T300K" && tabrun, or tabrun --csv "C:\runs\T300K")"},
       {"runs/T300K", ShellSyntax::kCmd,
        R"(cd /d "runs\T300K" && tabrun, or tabrun --csv "runs\T300K")"},
       // tabrun's C runtime reads \" as a quote; cmd.exe's cd does not.

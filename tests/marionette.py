@@ -66,6 +66,7 @@ class Firefox:
                 and not line.startswith(("JavaScript error: resource://", "JavaScript error: chrome://"))]
     def get(self, url): self("WebDriver:Navigate", url=url)
     def execute_script(self, script): return self("WebDriver:ExecuteScript", script=script)
+    def execute_async_script(self, s): return self("WebDriver:ExecuteAsyncScript", script=s)  # bench/page_timing.py
     def set_window_size(self, w, h): self("WebDriver:SetWindowRect", width=w, height=h)
     def set_page_load_timeout(self, s): self("WebDriver:SetTimeouts", pageLoad=int(s * 1000))
     def find_element(self, by, v): return Element(self, self("WebDriver:FindElement", using=by,

@@ -33,11 +33,13 @@ cd "$work"
 # The recipes call `tabrun`: this one, through the emulator when there is one.
 mkdir bin
 printf '#!/bin/sh\nexec %s %q "$@"\n' "$emulator" "$binary" > bin/tabrun
-# The stand-in ssh: ssh [OPTIONS] HOST [--] COMMAND runs COMMAND in nodes/HOST.
+# The stand-in ssh: ssh [OPTIONS] HOST [--] COMMAND runs COMMAND in nodes/HOST, with SHELL set
+# as sshd sets it (GNU parallel's remote side runs its command with $SHELL).
 cat > bin/ssh-here <<EOF
 #!/bin/sh
 while [ "\${1#-}" != "\$1" ]; do shift; done
 host=\$1; shift; [ "\$1" = -- ] && shift
+export SHELL=/bin/sh
 cd "$work/nodes/\$host" && PATH="$work/nodes/\$host/bin:\$PATH" exec sh -c "\$*"
 EOF
 chmod 755 bin/tabrun bin/ssh-here

@@ -30,6 +30,19 @@ OpenResult OpenThroughDirectory(const std::string& path, int* file, std::string*
   return opened;
 }
 
+// The kind, size, identity and modification time that a stat call found.
+FileStatus StatusOf(const struct stat& st) {
+  FileStatus status;
+  status.kind = S_ISREG(st.st_mode)    ? FileKind::kRegular
+                : S_ISDIR(st.st_mode)  ? FileKind::kDirectory
+                : S_ISFIFO(st.st_mode) ? FileKind::kPipe
+                                       : FileKind::kOther;
+  status.size = static_cast<std::uint64_t>(st.st_size);
+  status.identity = {static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)};
+  status.modified = static_cast<std::int64_t>(st.st_mtime);
+  return status;
+}
+
 }  // namespace
 
 OpenResult OpenForReading(int directory, const std::string& path, int* file, std::string* error) {
@@ -60,13 +73,7 @@ bool Describe(int file, FileStatus* status, std::string* error) {
     *error = std::strerror(errno);
     return false;
   }
-  status->kind = S_ISREG(st.st_mode)    ? FileKind::kRegular
-                 : S_ISDIR(st.st_mode)  ? FileKind::kDirectory
-                 : S_ISFIFO(st.st_mode) ? FileKind::kPipe
-                                        : FileKind::kOther;
-  status->size = static_cast<std::uint64_t>(st.st_size);
-  status->identity = {static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)};
-  status->modified = static_cast<std::int64_t>(st.st_mtime);
+  *status = StatusOf(st);
   return true;
 }
 
@@ -83,13 +90,7 @@ OpenResult DescribeAt(int directory, const std::string& path, FileStatus* status
     return code == ENOENT || code == ENOTDIR || code == ELOOP ? OpenResult::kMissing
                                                               : OpenResult::kFailed;
   }
-  status->kind = S_ISREG(st.st_mode)    ? FileKind::kRegular
-                 : S_ISDIR(st.st_mode)  ? FileKind::kDirectory
-                 : S_ISFIFO(st.st_mode) ? FileKind::kPipe
-                                        : FileKind::kOther;
-  status->size = static_cast<std::uint64_t>(st.st_size);
-  status->identity = {static_cast<std::uint64_t>(st.st_dev), static_cast<std::uint64_t>(st.st_ino)};
-  status->modified = static_cast<std::int64_t>(st.st_mtime);
+  *status = StatusOf(st);
   return OpenResult::kOpened;
 }
 

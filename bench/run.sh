@@ -112,8 +112,9 @@ same_output() { # DIR NAME: the outputs of -j 1, 2 and 8 agree, and with the pre
   done
   if [[ -n $prev ]]; then
     [[ $name == F ]] || (cd "$dir" && "$prev" >"$out/console-prev" && cp log.res "$out/res-prev")
-    (cd "$dir" && "$prev" --csv . >"$out/csv-prev") || true
   fi
+  # The rows change by design from one release to the next (new columns, mended figures), so
+  # only the default mode's outputs are held against the previous release's.
   for run in console res csv; do
     for jobs in 2 8 prev; do
       [[ ! -f $out/$run-$jobs ]] || cmp -s "$out/$run-1" "$out/$run-$jobs" ||

@@ -217,6 +217,13 @@ def check_page(driver, page, csv_text, out_dir):
     check(not problems(driver), f"the page loads with {problems(driver)}")
     check(js(driver, "document.getElementsByTagName('*').length") <= 1500,
           "the page holds more than 1,500 elements")
+    # The rows shown first carry the texts of the rows, made a cell at a time.
+    heads = js(driver, "[...document.querySelectorAll('#rows th button')]"
+                       ".map((b) => b.textContent)")
+    texts = ("control_file", "result", "reason")
+    by_log = {row["log"]: [row[name] for name in texts] for row in truth}
+    for cells in rows_shown(driver):
+        check([cells[heads.index(name)] for name in texts] == by_log[cells[0]], f"row {cells}")
 
     # The header counts are the status filter, and agree with the rows.
     for status, count, off in js(driver, """[...document.querySelectorAll('#counts button')]

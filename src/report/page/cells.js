@@ -1,7 +1,8 @@
 // The cells of the rows: numbers read from the rows' text and written back as tabrun writes
 // them, a cell's text by its column, and the rows as the CSV of tabrun --csv. A column is
 // {name, type, data, values}: type 'number' (data a Float64Array, NaN for none), 'text' (data
-// an array of strings) or 'code' (data a byte per row, the index of its text in `values`).
+// an array of strings; a column may also make a row's text alone, with cell(row)) or 'code'
+// (data a byte per row, the index of its text in `values`).
 'use strict';
 
 const PageCells = (() => {
@@ -39,7 +40,8 @@ const PageCells = (() => {
   // The text of a column's cell in a row, as --csv writes it.
   function cellText(c, row) {
     if (c.type === 'number') return numberText(c.data[row]);
-    return c.type === 'code' ? c.values[c.data[row]] : c.data[row];
+    if (c.type === 'code') return c.values[c.data[row]];
+    return c.cell ? c.cell(row) : c.data[row];
   }
 
   // The columns' header and the rows, in the order given, as tabrun --csv writes them: a field

@@ -24,10 +24,52 @@ const PageData = ((Cells) => {
   const decoder = new TextDecoder();
   const unpackJson = async (base64) => JSON.parse(decoder.decode(await unpack(base64)));
 
+  // The log names are needed at once (the first order, the tips, the filter); other texts are
+  // made a cell at a time for the rows shown, until a sort or a save needs them all.
   async function loadColumn(c, rows) {
     if (c.type === 'code') return {...c, data: await unpack(c.data)};
-    if (c.type === 'text') return {...c, data: await unpackJson(c.data)};
+    if (c.type === 'text' && c.name === 'log') return {...c, data: await unpackJson(c.data)};
+    if (c.type === 'text') return lazyTexts(c, await unpack(c.data), rows);
     return {...c, data: readNumbers(await unpack(c.data), rows)};
+  }
+
+  // Past this many cells made one at a time, a column makes all of its texts at once.
+  const MOST_CELLS = 4096;
+
+  // A text column of `rows` texts that are made when they are asked for, from its bytes (a
+  // JSON array of strings): cell(row) makes one, finding the starts of the rows before it once;
+  // data makes them all, once.
+  function lazyTexts(c, bytes, rows) {
+    let texts = null;
+    let [known, made] = [0, 0];  // the rows whose end is known; the cells made
+    const starts = new Uint32Array(rows + 1);  // where each row's '"' is, past the '['
+    starts[0] = 1;
+    return {...c,
+      get data() {
+        if (!texts) [texts, bytes] = [JSON.parse(decoder.decode(bytes)), null];
+        return texts;
+      },
+      cell(row) {
+        if (texts || ++made > MOST_CELLS) return this.data[row];
+        for (; known <= row; known++) {
+          let p = starts[known] + 1;
+          for (let b = bytes[p]; b !== 34; b = bytes[++p]) if (b === 92) p++;  // '"', '\\'
+          starts[known + 1] = p + 2;  // past the '"' and the ',' (or the ']')
+        }
+        return JSON.parse(decoder.decode(bytes.subarray(starts[row], starts[row + 1] - 1)));
+      }};
+  }
+
+  // Makes the texts of every column that makes them when asked, one column a task, so that a
+  // sort or a save later finds them made.
+  function makeTextsLater(cols) {
+    const later = cols.filter((c) => c.cell);
+    const next = () => {
+      if (!later.length) return;
+      void later.shift().data;
+      setTimeout(next);
+    };
+    setTimeout(next);
   }
 
   const POWERS = Array.from({length: 23}, (_, k) => 10 ** k);  // exact doubles
@@ -112,7 +154,7 @@ const PageData = ((Cells) => {
       sort: numbered ? 'log' : ''};
   }
 
-  return {load, readNumbers, figuresOf, startView};
+  return {load, makeTextsLater, readNumbers, figuresOf, startView};
 })(typeof PageCells === 'object' ? PageCells : require('./cells.js'));
 
 if (typeof module === 'object' && module) module.exports = PageData;

@@ -28,3 +28,20 @@ test('figures and the start: the first figure any run has; numbered names by num
     assert.deepEqual([view.x, view.sort], [x, x === 'num' ? 'log' : ''], `${numbers}`);
   }
 });
+
+test('load: texts made a cell at a time are the texts of the whole column', async () => {
+  const zlib = require('node:zlib');
+  const texts = ['', 'a', 'say "hi"', 'back\\', '\\"', '"', 'é ü', '\u{1F600}', 'line\nfeed',
+    '\u0001', ',"],['];
+  const pack = (value) => zlib.deflateSync(Buffer.from(JSON.stringify(value))).toString('base64');
+  const page = await d.load(JSON.stringify({rows: texts.length, columns: [
+    {name: 'log', type: 'text', data: pack(texts)},
+    {name: 'result', type: 'text', data: pack(texts)}]}));
+  assert.deepEqual(page.col.log.data, texts);
+  const {result} = page.col;
+  // Forwards, finding a row at a time, then backwards among rows found.
+  for (const row of texts.keys()) assert.equal(result.cell(row), texts[row]);
+  for (const row of [...texts.keys()].reverse()) assert.equal(result.cell(row), texts[row]);
+  assert.deepEqual(result.data, texts);
+  assert.equal(result.cell(2), texts[2]);
+});

@@ -182,7 +182,7 @@
   // The end of a failed log: from its listed entry, or from the rows; null when there is none.
   // A page made from rows has its last record only.
   function tailOf(row) {
-    if (data.fromRows) return data.col.last_record.data[row] || null;
+    if (data.fromRows) return PageCells.cellText(data.col.last_record, row) || null;
     const listed = $(`tail-${row}`);
     if (listed) return listed.textContent;
     return data.tails.get(row) ?? null;
@@ -198,7 +198,7 @@
     // The rows may carry why a run failed, in words, as text or as codes.
     const reason = col.reason ? PageCells.cellText(col.reason, selected) : '';
     $('detail-note').textContent = PageTable.detailNote({status, tail, reason,
-      error: col.error.data[selected],
+      error: PageCells.cellText(col.error, selected),
       figures: figures.map((f) => [f, col[f].data[selected]]).filter(([, v]) => !Number.isNaN(v)),
       leftOut: data.tails.has(selected), fromRows: data.fromRows});
     $('detail-tail').textContent = tail ?? '';
@@ -411,6 +411,7 @@
     wireLive();
     document.documentElement.dataset.ready = '1';
     performance.mark('data-ready');
+    PageData.makeTextsLater(data.cols);
   }
 
   // The page of tabrun --compare shows its rows itself (compare.js).

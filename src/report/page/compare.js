@@ -215,12 +215,7 @@
   // A number per row that sorts as the column's cells do, NaN for an empty cell.
   function sortKey(c) {
     if (c.type === 'number') return c.data;
-    if (!textKeys.has(c.name) && c.type === 'code') {
-      const place = PageOrder.textPlaces(c.values, false);
-      textKeys.set(c.name, Float64Array.from(c.data,
-        (code) => (c.values[code] === '' ? NaN : place[code])));
-    }
-    if (!textKeys.has(c.name)) textKeys.set(c.name, PageOrder.textPlaces(c.data, true));
+    if (!textKeys.has(c.name)) textKeys.set(c.name, PageOrder.columnOrder(c, true).places);
     return textKeys.get(c.name);
   }
 

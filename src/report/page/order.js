@@ -327,6 +327,17 @@ const PageOrder = (() => {
   }
   const textPlaces = (texts, natural) => textOrder(texts, natural).places;
 
+  // The order of a column's cells ({name, type, data, values}, as PageCells has them): `places`,
+  // a number per row that sorts as its cell does, NaN for an empty cell (a number itself, else
+  // the place of its text or code name among the column's, in natural order for texts when
+  // `natural`); and for a text column `rows`, its rows that have a text by their place.
+  function columnOrder(c, natural) {
+    if (c.type === 'number') return {places: c.data, rows: null};
+    if (c.type === 'text') return textOrder(c.data, natural);
+    const place = textPlaces(c.values, false);
+    return {places: Float64Array.from(c.data, (code) => place[code]), rows: null};
+  }
+
   // Which word of a double's bits, seen as two Uint32 words, is the high one.
   const HIGH_WORD = LITTLE ? 1 : 0;
 
@@ -403,8 +414,8 @@ const PageOrder = (() => {
     return out;
   }
 
-  return {naturalKey, naturalCompare, orderOfTexts, textOrder, textPlaces, rowsByKey, reversed,
-    emptyLast};
+  return {naturalKey, naturalCompare, orderOfTexts, textOrder, textPlaces, columnOrder, rowsByKey,
+    reversed, emptyLast};
 })();
 
 if (typeof module === 'object' && module) module.exports = PageOrder;

@@ -53,6 +53,17 @@ test('orderOfTexts: large groups by code units agree with comparison, at any cou
   }
 });
 
+test('columnOrder: numbers as they are, code names and texts by place, empty ones none', () => {
+  const code = {type: 'code', values: ['', 'ordinary', 'annealing'], data: Uint8Array.of(1, 0, 2)};
+  assert.deepEqual([...o.columnOrder(code, true).places], [2, NaN, 1]);
+  const text = {type: 'text', data: ['T10K', '', 'T5K']};
+  assert.deepEqual([...o.columnOrder(text, true).places], [2, NaN, 1]);
+  assert.deepEqual([...o.columnOrder(text, true).rows], [2, 0]);
+  assert.deepEqual([...o.columnOrder(text, false).places], [1, NaN, 2]);
+  const number = {type: 'number', data: Float64Array.of(2, NaN)};
+  assert.equal(o.columnOrder(number, true).places, number.data);
+});
+
 test('rowsByKey: by value either way, ties in row order, rows without a key left out', () => {
   const key = [3, NaN, 0, 1, 3, -0, -Infinity, 2, NaN, 1];
   assert.deepEqual([...o.rowsByKey(key)], [6, 2, 5, 3, 9, 7, 0, 4]);

@@ -27,20 +27,14 @@
   // ---- Orders
 
   const sortKeys = new Map();
-  // A number per row that sorts as the column's cells do, NaN for an empty cell: the number
-  // itself, or the place of the text (or code name) among the column's texts, in natural order
-  // for the log names; made once, and for texts with the ascending order of the rows.
+  // A number per row that sorts as the column's cells do, NaN for an empty cell, in natural
+  // order for the log names; made once, and for texts with the ascending order of the rows.
   function sortKey(c) {
     if (c.type === 'number') return c.data;
     if (!sortKeys.has(c.name)) {
-      if (c.type === 'code') {
-        const place = PageOrder.textPlaces(c.values, false);
-        sortKeys.set(c.name, Float64Array.from(c.data, (code) => place[code]));
-      } else {
-        const {places, rows} = PageOrder.textOrder(c.data, c.name === 'log');
-        sortKeys.set(c.name, places);
-        orders.set(c.name, rows);
-      }
+      const {places, rows} = PageOrder.columnOrder(c, c.name === 'log');
+      sortKeys.set(c.name, places);
+      if (rows) orders.set(c.name, rows);
     }
     return sortKeys.get(c.name);
   }

@@ -22,7 +22,8 @@ const PageData = ((Cells) => {
   }
 
   const decoder = new TextDecoder();
-  const unpackJson = async (base64) => JSON.parse(decoder.decode(await unpack(base64)));
+  const readJson = (bytes) => JSON.parse(decoder.decode(bytes));
+  const unpackJson = async (base64) => readJson(await unpack(base64));
 
   // The log names are needed at once (the first order, the tips, the filter); other texts are
   // made a cell at a time for the rows shown, until a sort or a save needs them all.
@@ -46,7 +47,7 @@ const PageData = ((Cells) => {
     starts[0] = 1;
     return {...c,
       get data() {
-        if (!texts) [texts, bytes] = [JSON.parse(decoder.decode(bytes)), null];
+        if (!texts) [texts, bytes] = [readJson(bytes), null];
         return texts;
       },
       cell(row) {
@@ -56,7 +57,7 @@ const PageData = ((Cells) => {
           for (let b = bytes[p]; b !== 34; b = bytes[++p]) if (b === 92) p++;  // '"', '\\'
           starts[known + 1] = p + 2;  // past the '"' and the ',' (or the ']')
         }
-        return JSON.parse(decoder.decode(bytes.subarray(starts[row], starts[row + 1] - 1)));
+        return readJson(bytes.subarray(starts[row], starts[row + 1] - 1));
       }};
   }
 

@@ -256,8 +256,9 @@ std::string ExtraOperandHint(std::string_view operand, os::ShellSyntax shell) {
     csv = PosixWord(operand);
   } else {
     if (operand.find_first_of("%\"") != std::string_view::npos) return {};
-    cd = "cd /d " + CmdWord(operand, false);
     csv = CmdWord(operand, true);
+    // cmd.exe's cd cannot enter a share (\\server\share); pushd maps a drive letter for it.
+    cd = (csv.starts_with(R"("\\)") ? "pushd " : "cd /d ") + CmdWord(operand, false);
   }
   return "for the logs in that directory: " + cd + " && tabrun, or tabrun --csv " + csv;
 }

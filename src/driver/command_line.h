@@ -80,8 +80,9 @@ CommandLine ParseCommandLine(const std::vector<std::string>& args, os::ShellSynt
 // option in it, "-" is not the previous directory and CDPATH is not searched) and stands in
 // single quotes; for cmd.exe it has backslashes, ".\" before a leading '-', and double quotes,
 // inside which tabrun's C runtime would read the backslashes that end it as an escaped quote
-// unless they are doubled. Empty when no such command can be written: for an empty operand,
-// one that holds a control character, and for cmd.exe one that holds '%' or '"'.
+// unless they are doubled, and a share (\\server\share) is entered with pushd, as cd cannot
+// enter it. Empty when no such command can be written: for an empty operand, one that holds a
+// control character, and for cmd.exe one that holds '%' or '"'.
 std::string ExtraOperandHint(std::string_view operand, os::ShellSyntax shell);
 
 // The help text printed for kHelp, ending with a line feed.

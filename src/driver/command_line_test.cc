@@ -33,6 +33,8 @@ TEST(CommandLineTest, ExtraOperandHintIsRightWhenTyped) {
       {"-", ShellSyntax::kCmd, R"(cd /d ".\-" && tabrun, or tabrun --csv ".\-")"},
       {"it's & more", ShellSyntax::kCmd,
        R"(cd /d "it's & more" && tabrun, or tabrun --csv "it's & more")"},
+      {R"(\\srv\d)", ShellSyntax::kCmd, R"(pushd "\\srv\d" && tabrun, or tabrun --csv "\\srv\d")"},
+      {"//srv/d", ShellSyntax::kCmd, R"(pushd "\\srv\d" && tabrun, or tabrun --csv "\\srv\d")"},
       {"100%", ShellSyntax::kCmd, nullptr},
       {"a\"b", ShellSyntax::kCmd, nullptr},
       {"a\tb", ShellSyntax::kCmd, nullptr},

@@ -256,9 +256,10 @@ std::string ExtraOperandHint(std::string_view operand, os::ShellSyntax shell) {
     csv = PosixWord(operand);
   } else {
     if (operand.find_first_of("%\"") != std::string_view::npos) return {};
-    csv = CmdWord(operand, true);
+    const std::string word = CmdWord(operand, false);
     // cmd.exe's cd cannot enter a share (\\server\share); pushd maps a drive letter for it.
-    cd = (csv.starts_with(R"("\\)") ? "pushd " : "cd /d ") + CmdWord(operand, false);
+    cd = (word.starts_with(R"("\\)") ? "pushd " : "cd /d ") + word;
+    csv = CmdWord(operand, true);
   }
   return "for the logs in that directory: " + cd + " && tabrun, or tabrun --csv " + csv;
 }

@@ -12,7 +12,8 @@ const PageOrder = (() => {
   const isDigit = (unit) => unit >= 48 && unit <= 57;
 
   // The keys of texts as one run of code units: the key of text r is units[start[r]] to
-  // units[start[r + 1]] (not included). A plain key is the text. A natural key writes each
+  // units[start[r + 1]] (not included). A plain key is the text, one byte a unit when every
+  // text is ASCII (half the memory to walk, in the same order). A natural key writes each
   // number of the text as name_number reads it (a run of digits, with a '.' and the run of
   // digits right after it when they follow) as a '0' and the four units of its double, high
   // first: numbers hold no sign, and the bits of non-negative doubles order as their values.
@@ -25,16 +26,28 @@ const PageOrder = (() => {
     if (!natural) {  // a plain key is as long as its text
       for (let r = 0; r < texts.length; r++) p += texts[r].length;
     }
-    let units = new Uint16Array(natural ? 1024 : p);
+    const ascii = natural ? null : asciiOf(texts, p);
+    let units = ascii || new Uint16Array(natural ? 1024 : p);
     p = 0;
     for (let r = 0; r < texts.length; r++) {
       const text = texts[r];
       start[r] = p;
       if (natural && units.length < p + 5 * text.length) units = grown(units, p + 5 * text.length);
-      p = natural ? writeNatural(text, units, p) : writePlain(text, units, p);
+      if (natural) p = writeNatural(text, units, p);
+      else p = ascii ? p + text.length : writePlain(text, units, p);
     }
     start[texts.length] = p;
     return {units, start};
+  }
+
+  // The texts' code units as bytes, all in one (a native copy, not one unit at a time), when
+  // they are `length` units of ASCII in all; else null.
+  const encoder = new TextEncoder();
+  function asciiOf(texts, length) {
+    if (length > 2 ** 27) return null;  // far below the longest string a browser makes
+    const bytes = new Uint8Array(length);
+    // A unit above ASCII takes two bytes or more, so then the bytes run out before the units.
+    return encoder.encodeInto(texts.join(''), bytes).read === length ? bytes : null;
   }
 
   function grown(units, least) {

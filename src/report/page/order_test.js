@@ -38,6 +38,9 @@ test('orderOfTexts: large groups by code units agree with comparison, at any cou
   const figures = Array.from({length: 150000}, (_, i) => ' '.repeat(i % 4) +
     `${(i * 7919) % 100003 / 100}` + ['', '\x7f', ' => Rp:  2.95'][i % 3]);
   assert.deepEqual([...o.orderOfTexts(figures)], compared(figures, false));
+  // One text above ASCII, near the end, and all the keys stay code units.
+  const mixed = [...figures.slice(0, 3000), '\u00e9', 'a', 'b'];
+  assert.deepEqual([...o.orderOfTexts(mixed)], compared(mixed, false));
   // A few runs in order already (names as a batch lists them) are merged: ties of keys across
   // runs by the text (run0005 before run5), of texts by the row.
   const bare = Array.from({length: 2000}, (_, i) => `run${i}`);

@@ -18,6 +18,7 @@
 
 #include "driver/in_flight.h"
 #include "os/cpus.h"
+#include "os/process.h"
 
 namespace tabrun {
 
@@ -206,6 +207,7 @@ class OrderedPool {
   // Works on `index` and puts its result, or what the work threw, in its slot.
   void Make(std::size_t index, int worker) {
     Slot& slot = slots_[index % ahead_];
+    const os::WorkInProgress at_work;
     try {
       slot.result.emplace(work_(index, worker));
     } catch (...) {

@@ -17,8 +17,20 @@ void OpenStandardHandles();
 // Ends the process at once with `status`: no exit handlers run, and threads still at work do not
 // stop it. What WriteAll wrote is out already; nothing else is flushed. On Windows the process is
 // terminated rather than exited, since an exit waits for locks that a thread stopped at any
-// point may hold, and then never ends.
+// point may hold, and then never ends; and it first lets the other threads finish the work they
+// are in (see WorkInProgress), for at most a second.
 [[noreturn]] void ExitNow(int status);
+
+// While it lives, the calling thread is in a piece of work (reading a log) that ExitNow on
+// another thread lets finish on Windows: under wine, ending a process whose other threads are
+// in the middle of a system call can hang the end for good. Elsewhere it does nothing.
+class WorkInProgress {
+ public:
+  WorkInProgress();
+  ~WorkInProgress();
+  WorkInProgress(const WorkInProgress&) = delete;
+  WorkInProgress& operator=(const WorkInProgress&) = delete;
+};
 
 // Writing to a pipe whose reader has gone becomes a write error, reported where it happens,
 // instead of ending the process. A platform without such a signal does nothing.

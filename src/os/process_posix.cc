@@ -30,6 +30,9 @@ void OpenStandardHandles() {
 // workers, while a fatal error ends them where they stand on purpose.
 void ExitNow(int status) { std::_Exit(status); }
 
+WorkInProgress::WorkInProgress() = default;
+WorkInProgress::~WorkInProgress() = default;
+
 void IgnoreBrokenPipe() { signal(SIGPIPE, SIG_IGN); }
 
 bool ShellListsFiles() { return true; }

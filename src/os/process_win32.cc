@@ -5,6 +5,8 @@
 #include <io.h>
 #include <stdlib.h>
 
+#include <atomic>
+
 #include "os/process.h"
 #include "os/text_win32.h"
 // After windows.h, which it needs.
@@ -13,6 +15,24 @@
 namespace tabrun::os {
 
 bool win32::broken_pipe_ignored = false;
+
+namespace {
+
+// The threads in a piece of work, and whether this one is.
+std::atomic<int> threads_at_work{0};
+thread_local int at_work_here = 0;
+
+}  // namespace
+
+WorkInProgress::WorkInProgress() {
+  ++at_work_here;
+  threads_at_work.fetch_add(1);
+}
+
+WorkInProgress::~WorkInProgress() {
+  --at_work_here;
+  threads_at_work.fetch_sub(1);
+}
 
 void OpenStandardHandles() {
   for (int fd = 0; fd <= 2; ++fd) {
@@ -30,6 +50,9 @@ void OpenStandardHandles() {
 }
 
 void ExitNow(int status) {
+  // Threads that finish their work take no more once the results they made fill their window,
+  // so the wait ends soon; a thread stuck in a read does not hold the end for more than a second.
+  for (int waited = 0; waited < 1000 && threads_at_work.load() > at_work_here; ++waited) Sleep(1);
   TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
   ExitProcess(static_cast<UINT>(status));  // not reached
 }

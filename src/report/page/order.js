@@ -21,20 +21,28 @@ const PageOrder = (() => {
   // against other text, the rest by code units; every number is five units long, so the rest
   // stays aligned. Texts that write equal numbers apart (T05, T5) have equal keys.
   function keysOf(texts, natural) {
+    return natural ? naturalKeys(texts) : plainKeys(texts);
+  }
+
+  function plainKeys(texts) {
     const start = new Uint32Array(texts.length + 1);
+    for (let r = 0; r < texts.length; r++) start[r + 1] = start[r] + texts[r].length;
+    const bytes = asciiOf(texts, start[texts.length]);
+    if (bytes) return {units: bytes, start};
+    const units = new Uint16Array(start[texts.length]);
+    for (let r = 0; r < texts.length; r++) writePlain(texts[r], units, start[r]);
+    return {units, start};
+  }
+
+  function naturalKeys(texts) {
+    const start = new Uint32Array(texts.length + 1);
+    let units = new Uint16Array(1024);
     let p = 0;
-    if (!natural) {  // a plain key is as long as its text
-      for (let r = 0; r < texts.length; r++) p += texts[r].length;
-    }
-    const ascii = natural ? null : asciiOf(texts, p);
-    let units = ascii || new Uint16Array(natural ? 1024 : p);
-    p = 0;
     for (let r = 0; r < texts.length; r++) {
       const text = texts[r];
       start[r] = p;
-      if (natural && units.length < p + 5 * text.length) units = grown(units, p + 5 * text.length);
-      if (natural) p = writeNatural(text, units, p);
-      else p = ascii ? p + text.length : writePlain(text, units, p);
+      if (units.length < p + 5 * text.length) units = grown(units, p + 5 * text.length);
+      p = writeNatural(text, units, p);
     }
     start[texts.length] = p;
     return {units, start};
